@@ -1,0 +1,30 @@
+# What a host needs: headers, library, CMake package, pkg-config file, samples and schema. The tool
+# installs itself. The installed tree may be moved as a whole.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZAMXMLData)
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(share_dir ${CMAKE_INSTALL_DATADIR}/zamxml)
+
+install(TARGETS ZAMXMLData EXPORT ZAMXMLDataTargets)
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY share/samples DESTINATION ${share_dir})
+install(FILES share/zamxml-document.xsd DESTINATION ${share_dir})
+
+install(EXPORT ZAMXMLDataTargets NAMESPACE ZAMXMLData:: DESTINATION ${package_dir})
+configure_package_config_file(cmake/ZAMXMLDataConfig.cmake.in ZAMXMLDataConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(ZAMXMLDataConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZAMXMLDataConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/ZAMXMLDataConfigVersion.cmake
+        DESTINATION ${package_dir})
+
+# A host of the shared library needs nothing else; a host of the static one links what it uses.
+file(RELATIVE_PATH pc_prefix /${pkgconfig_dir} /)
+string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
+if(NOT BUILD_SHARED_LIBS)
+  set(pc_requires "pugixml expat")
+  set(pc_cflags " -DZAMXML_STATIC")
+endif()
+configure_file(cmake/zamxmldata.pc.in zamxmldata.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zamxmldata.pc DESTINATION ${pkgconfig_dir})
