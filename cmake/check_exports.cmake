@@ -4,7 +4,8 @@
 # is not exported whole: constructor, destructor and virtual table.
 cmake_minimum_required(VERSION 3.25)
 
-set(prefixes "((vtable|typeinfo|typeinfo name|VTT|guard variable) for |non-virtual thunk to )?")
+string(CONCAT prefixes "((vtable|typeinfo|typeinfo name|VTT|guard variable) for |"
+                       "non-virtual thunk to |operator[^A-Za-z_(]+\\()?")
 set(ours "(ZAM[A-Za-z_]*|IXMLDOMNodePtr|_bstr_t|_com_error|CString|CInvalidArgException)")
 set(whole
     ZAMXMLFile

@@ -3,6 +3,7 @@
 /// All that a host includes: the document file, its records, its modifications, and the platform
 /// types that appear in their signatures.
 
+#include "zamxml/binary.h"
 #include "zamxml/changes.h"
 #include "zamxml/document.h"
 #include "zamxml/platform/array.h"

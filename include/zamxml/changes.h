@@ -82,14 +82,15 @@ public:
   /// The change item at the index, which stays the modification's; null for a bad index.
   ZAMXMLChangeItem* GetChange(int index) const;
 
-  /// Appends the items that can be read and leaves out those that cannot. Without a Changes child: 0.
+  /// Appends the items that can be read and leaves out those that cannot. Without a Changes child:
+  /// 0.
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
   /// Replaces all that Changes holds. An item that cannot be written stays incomplete.
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
-  _bstr_t m_UID;       ///< identifier of the modification, given by the host
-  _bstr_t m_Date;      ///< local date of the commit, as 2009-03-05
-  _bstr_t m_Time;      ///< local time of the commit, as 14:07:09
+  _bstr_t m_UID;   ///< identifier of the modification, given by the host
+  _bstr_t m_Date;  ///< local date of the commit, as 2009-03-05
+  _bstr_t m_Time;  ///< local time of the commit, as 14:07:09
   _bstr_t m_UserID;
   _bstr_t m_UserName;
   /// The changes, in the order of adding. The modification owns them and deletes them.
@@ -109,7 +110,8 @@ public:
   /// Deletes the modifications.
   void Clear();
   int GetCount() const;
-  /// The modification at the index, which stays the list's. A bad index raises CInvalidArgException.
+  /// The modification at the index, which stays the list's. A bad index raises
+  /// CInvalidArgException.
   ZAMXMLModification* GetModification(int index) const;
 
   /// Appends the modifications that can be read; one that cannot (it has no Changes) is left out,

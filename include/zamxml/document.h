@@ -84,8 +84,7 @@ public:
   int AddChangeItem(const _bstr_t& code, const _bstr_t& node, const _bstr_t& attribute,
                     ZAMXML_VTYPE type, const _bstr_t& newValue);
   int AddChangeItemName(const _bstr_t& code, const _bstr_t& node, const ZAMXMLName& name);
-  int AddChangeItemStatement(const _bstr_t& code, const _bstr_t& node,
-                             const ZAMXMLStatement& list);
+  int AddChangeItemStatement(const _bstr_t& code, const _bstr_t& node, const ZAMXMLStatement& list);
 
   /// Stamps the pending modification with the local date and time, appends it to the history and
   /// ends the edit. What is shown does not change. 0 when no modification is pending; 0, with the
@@ -100,11 +99,11 @@ public:
   ZAMXMLOrderInfo m_OrderInfo;              ///< as shown
   ZAMXMLStudyInfo m_StudyInfo;              ///< as shown
   ZAMXMLModificationGroup m_Modifications;  ///< committed modifications, oldest first
-  ZAMXMLDocumentInfo m_DefaultDocInfo;      ///< what a cleared document's header becomes; its ID and
-                                            ///< Version are stamped into every header written
-  ZAMXml m_Xml;                             ///< tree of the document
-  ZAMXml m_CloneXml;                        ///< snapshot of an open edit
-  int m_nHistory;                           ///< shown position, -1 = original
+  ZAMXMLDocumentInfo m_DefaultDocInfo;  ///< what a cleared document's header becomes; its ID and
+                                        ///< Version are stamped into every header written
+  ZAMXml m_Xml;                         ///< tree of the document
+  ZAMXml m_CloneXml;                    ///< snapshot of an open edit
+  int m_nHistory;                       ///< shown position, -1 = original
   std::unique_ptr<ZAMXMLModification> m_pModification;  ///< pending modification, or null
 
 protected:
@@ -170,13 +169,15 @@ protected:
   static int CopyXMLTemplate(HINSTANCE module, unsigned int identifier, const _bstr_t& path);
 
 private:
-  template <class Record>
-  int ReadSection(ZAMXml& xml, ZAMTextView path, Record& record, int whenAbsent, ZAMLog* log);
-  template <class Record>
-  int WriteSection(ZAMXml& xml, ZAMTextView path, Record& record, ZAMLog* log);
   int ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log);
-  int BuildTree(const _bstr_t& path, ZAMLog* log);
+  int BuildTree(ZAMLog* log, int fromTemplate, const _bstr_t& path);
+  void MoveTree(int position);
+  int RereadRecords(int position);
+  int SaveSnapshot(const _bstr_t& path);
+  void PrepareSnapshot(int count);
   void CloseSnapshot();
+  int AddCreated(ZAMXMLChangeItem* created);
+  void RecordError(int type, int code, const _bstr_t& message);
 
-  int m_nStale = 0;
+  int m_nStale = 0;  ///< nonzero when tree or records may not be what m_nHistory says
 };

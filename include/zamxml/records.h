@@ -50,7 +50,7 @@ public:
   /// Without any part, or with another style, m_Full as it is.
   _bstr_t GetFullName(ZAM_NAME_STYLE style, int preferFull) const;
 
-  _bstr_t m_Full;    ///< the whole name as one text, as the host gives it
+  _bstr_t m_Full;  ///< the whole name as one text, as the host gives it
   _bstr_t m_Family;
   _bstr_t m_Given;
   _bstr_t m_Middle;
@@ -71,7 +71,7 @@ public:
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
-  _bstr_t m_ID;       ///< names the kind of document; ZAMXMLFile compares it when saving
+  _bstr_t m_ID;  ///< names the kind of document; ZAMXMLFile compares it when saving
   _bstr_t m_Type;
   _bstr_t m_Version;  ///< version of the kind of document
   _bstr_t m_Author;
@@ -84,7 +84,8 @@ public:
 /// Age, Race, Height and Weight (Age, Height and Weight with attribute Unit), BackupID.
 ///
 /// Reading settles the sex code: a code of exactly one character stays; otherwise it becomes the
-/// first character of m_Gender, and "U" where that is neither "F" nor "M". Writing never changes it.
+/// first character of m_Gender, and "U" where that is neither "F" nor "M". Writing never changes
+/// it.
 class ZAMXML_API ZAMXMLPatientInfo {
 public:
   ZAMXMLPatientInfo();
@@ -108,7 +109,7 @@ public:
   _bstr_t m_HeightUnit;
   _bstr_t m_Weight;
   _bstr_t m_WeightUnit;
-  _bstr_t m_BackupID;    ///< second patient identifier
+  _bstr_t m_BackupID;  ///< second patient identifier
 };
 
 /// The order section. Elements: ID, Date, Time, Department, RoomNumber, AuthorName (a person name),

@@ -1,7 +1,8 @@
 #pragma once
 
 /// ZAMXML_API marks what the library exports; everything else is hidden.
-/// ZAMXML_BUILDING is defined while the library itself is compiled, ZAMXML_STATIC for a static build.
+/// ZAMXML_BUILDING is defined while the library itself is compiled, ZAMXML_STATIC for a static
+/// build.
 #if defined(ZAMXML_STATIC)
 #define ZAMXML_API
 #elif defined(_WIN32)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "zamxml/platform/export.h"
 #include "zamxml/platform/log.h"
 #include "zamxml/platform/text.h"
@@ -48,6 +50,9 @@ protected:
   virtual int OnFileOpen(const _bstr_t& path, ZAMLog* log) = 0;
   virtual int OnFileSave(const _bstr_t& path, ZAMLog* log) = 0;
 
+  /// Takes a step that opens, and sets what IsOpened gives. Any result but success, an exception
+  /// included, closes.
+  int OpenOrClose(const std::function<int()>& step);
   /// For derived classes that become opened in a way of their own.
   void SetOpened(int opened) noexcept { m_nOpened = opened; }
 

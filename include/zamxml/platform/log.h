@@ -24,15 +24,15 @@ enum ZAM_LOG_CATEGORY : int {
 
 /// One recorded event.
 struct ZAMLogEntry {
-  int m_Type = ZAM_LOG_TYPE_NONE;                 ///< a ZAM_LOG_TYPE
-  int m_Category = ZAM_LOG_CATEGORY_GENERAL;      ///< a ZAM_LOG_CATEGORY
-  int m_Code = 0;                                 ///< 0, or a negative error code
-  _bstr_t m_Text;                                 ///< what happened, for a reader
-  _bstr_t m_Detail;                               ///< the particulars: what exactly, and where
-  _bstr_t m_SourceFile;                           ///< source file that reported it, or null
-  _bstr_t m_Function;                             ///< function that reported it, or null
-  int m_Line = 0;                                 ///< source line that reported it, or 0
-  int m_Flag = 0;                                 ///< as given by the caller; the library gives 0 or 1
+  int m_Type = ZAM_LOG_TYPE_NONE;             ///< a ZAM_LOG_TYPE
+  int m_Category = ZAM_LOG_CATEGORY_GENERAL;  ///< a ZAM_LOG_CATEGORY
+  int m_Code = 0;                             ///< 0, or a negative error code
+  _bstr_t m_Text;                             ///< what happened, for a reader
+  _bstr_t m_Detail;                           ///< the particulars: what exactly, and where
+  _bstr_t m_SourceFile;                       ///< source file that reported it, or null
+  _bstr_t m_Function;                         ///< function that reported it, or null
+  int m_Line = 0;                             ///< source line that reported it, or 0
+  int m_Flag = 0;                             ///< as given by the caller; the library gives 0 or 1
 };
 
 /// Receives log entries as they are recorded. Implemented by a host.

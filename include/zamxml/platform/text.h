@@ -18,8 +18,7 @@ public:
   constexpr ZAMTextView(std::nullptr_t) noexcept {}
   /// A null pointer gives a null text.
   constexpr ZAMTextView(const char16_t* text) noexcept
-      : m_Data(text),
-        m_Length(text != nullptr ? std::char_traits<char16_t>::length(text) : 0) {}
+      : m_Data(text), m_Length(text != nullptr ? std::char_traits<char16_t>::length(text) : 0) {}
   /// Never null, also when the view is empty.
   constexpr ZAMTextView(std::u16string_view text) noexcept
       : m_Data(text.data() != nullptr ? text.data() : u""), m_Length(text.size()) {}
@@ -73,7 +72,8 @@ public:
 
   /// The number of code units; 0 for a null text.
   unsigned int length() const noexcept;
-  /// The zero-terminated units, or null for a null text. Valid as long as this text is not assigned.
+  /// The zero-terminated units, or null for a null text. Valid as long as this text is not
+  /// assigned.
   const char16_t* GetBSTR() const noexcept;
   /// The units; empty for a null text. Valid as long as this text is not assigned.
   std::u16string_view view() const noexcept;

@@ -169,8 +169,10 @@ protected:
   int OnFileSave(const _bstr_t& path, ZAMLog* log) override;
 
 private:
-  ZAMXmlNode* Resolve(const IXMLDOMNodePtr& node) const noexcept;
-  int Fail(int code, const _bstr_t& what, const _bstr_t& where, ZAMLog* log) noexcept;
+  struct Access;
+
+  int Fail(int code, const _bstr_t& detail, ZAMLog* log);
+  int Replace(std::unique_ptr<ZAMXmlDocument> document);
 
   std::unique_ptr<ZAMXmlDocument> m_Document;
   int m_nDurable = 1;

@@ -8,10 +8,10 @@
 namespace {
 
 class Document : public ZAMXMLFile {
- public:
+public:
   int m_nShown = 0;
 
- protected:
+protected:
   void OnHistoryChanged() override { ++m_nShown; }
 };
 

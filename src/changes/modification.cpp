@@ -1,0 +1,52 @@
+#include "changes/owned_entries.h"
+#include "records/record.h"
+#include "zamxml/changes.h"
+
+namespace {
+
+constexpr auto Fields = [](auto& modification, auto& fields) {
+  fields.Text(u"UID", modification.m_UID);
+  fields.Text(u"Date", modification.m_Date);
+  fields.Text(u"Time", modification.m_Time);
+  fields.Text(u"UserID", modification.m_UserID);
+  fields.Text(u"UserName", modification.m_UserName);
+};
+
+}  // namespace
+
+ZAMXMLModification::ZAMXMLModification() = default;
+ZAMXMLModification::~ZAMXMLModification() { zamxml::DeleteEntries(m_Changes); }
+
+void ZAMXMLModification::Clear() {
+  zamxml::ClearRecord(*this, Fields);
+  zamxml::DeleteEntries(m_Changes);
+}
+
+int ZAMXMLModification::GetCount() const { return m_Changes.GetCount(); }
+
+ZAMXMLChangeItem* ZAMXMLModification::GetChange(int index) const {
+  return index < 0 || index >= GetCount() ? nullptr : m_Changes[index];
+}
+
+int ZAMXMLModification::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
+  return zamxml::RunGuarded(xml, element, log, [&] {
+    zamxml::ReadingFields fields(xml, element, log);
+    Fields(*this, fields);
+    IXMLDOMNodePtr changes = xml.GetChildNode(element, u"Changes", 0);
+    zamxml::ReadEntries(m_Changes, xml, changes, u"Item", log);
+    changes.Release();
+    return 1;
+  });
+}
+
+int ZAMXMLModification::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
+  return zamxml::RunGuarded(xml, element, log, [&] {
+    zamxml::WritingFields fields(xml, element, log);
+    Fields(*this, fields);
+    IXMLDOMNodePtr changes = zamxml::FindOrAddChild(xml, element, u"Changes");
+    xml.RemoveChildNodeAll(changes);
+    zamxml::WriteEntries(m_Changes, xml, changes, u"Item", log);
+    changes.Release();
+    return 1;
+  });
+}

@@ -1,0 +1,29 @@
+#include "changes/owned_entries.h"
+#include "records/record.h"
+#include "zamxml/changes.h"
+
+ZAMXMLModificationGroup::ZAMXMLModificationGroup() = default;
+ZAMXMLModificationGroup::~ZAMXMLModificationGroup() { Clear(); }
+
+void ZAMXMLModificationGroup::Clear() { zamxml::DeleteEntries(m_ModificationList); }
+
+int ZAMXMLModificationGroup::GetCount() const { return m_ModificationList.GetCount(); }
+
+ZAMXMLModification* ZAMXMLModificationGroup::GetModification(int index) const {
+  return m_ModificationList[index];
+}
+
+int ZAMXMLModificationGroup::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
+  return zamxml::RunGuarded(xml, element, log, [&] {
+    zamxml::ReadEntries(m_ModificationList, xml, element, u"Modification", log);
+    return 1;
+  });
+}
+
+int ZAMXMLModificationGroup::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
+  return zamxml::RunGuarded(xml, element, log, [&] {
+    xml.RemoveChildNodeAll(element);
+    zamxml::WriteEntries(m_ModificationList, xml, element, u"Modification", log);
+    return 1;
+  });
+}

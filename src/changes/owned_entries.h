@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+
+#include "records/record.h"
+#include "zamxml/platform/array.h"
+
+/// The lists of change tracking: records of one kind, each in a child element of one name, behind
+/// pointers that the holder of the array owns.
+namespace zamxml {
+
+template <class Entry>
+void DeleteEntries(ZAMArray<Entry*>& entries) noexcept {
+  for (Entry* entry : entries) {
+    delete entry;
+  }
+  entries.RemoveAll();
+}
+
+/// Appends the entries that can be read.
+template <class Entry>
+void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
+                 ZAMTextView name, ZAMLog* log) {
+  ForEachChild(xml, element, name, [&](IXMLDOMNodePtr& child) {
+    auto entry = std::make_unique<Entry>();
+    if (entry->ReadFromXML(xml, child, log) != 0) {
+      entries.Add(entry.get());
+      entry.release();
+    }
+  });
+}
+
+/// Adds an element for every entry; one that cannot be written stays incomplete.
+template <class Entry>
+void WriteEntries(const ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
+                  ZAMTextView name, ZAMLog* log) {
+  for (int index = 0; index < entries.GetCount(); ++index) {
+    AddChild(xml, element, name, nullptr, index,
+             [&](IXMLDOMNodePtr& child) { entries[index]->WriteToXML(xml, child, log); });
+  }
+}
+
+}  // namespace zamxml

@@ -1,0 +1,84 @@
+#include <algorithm>
+#include <utility>
+
+#include "document/sections.h"
+#include "platform/codes.h"
+#include "zamxml/document.h"
+
+int ZAMXMLFile::GetHistoryCount() const { return m_Modifications.GetCount(); }
+
+int ZAMXMLFile::_SetHistory(ZAMXml& xml, int position) {
+  if (position < -1 || position >= GetHistoryCount()) {
+    return 0;
+  }
+  if (position == m_nHistory) {
+    return 1;
+  }
+  m_nHistory = std::max(m_nHistory, -1);
+  m_Modifications.ApplyModifications(xml, zam::RootPath, m_nHistory, position);
+  m_nHistory = position;
+  return 1;
+}
+
+int ZAMXMLFile::SetHistory(int position) {
+  if (position < -1 || position >= GetHistoryCount()) {
+    return 0;
+  }
+  if (position == m_nHistory && m_nStale == 0) {
+    return 1;
+  }
+  m_nHistory = std::max(m_nHistory, -1);
+  MoveTree(position);
+  if (RereadRecords(position) == 0) {
+    RecordError(ZAM_LOG_TYPE_FATAL, zam::CodeTreeNotReread, u"Fail to open temporary XML file.");
+    return 0;
+  }
+  OnHistoryChanged();
+  return 1;
+}
+
+/// A move that was interrupted leaves the tree somewhere below the higher of its two positions.
+/// Undoing every modification from there on brings back the original content, whichever of them had
+/// been applied: so that position is kept, and the next move goes by way of the original.
+void ZAMXMLFile::MoveTree(int position) {
+  const int highest = std::max(m_nHistory, position);
+  try {
+    if (m_nStale != 0) {
+      _SetHistory(m_Xml, -1);
+    }
+    _SetHistory(m_Xml, position);
+  } catch (...) {
+    m_nHistory = highest;
+    m_nStale = 1;
+    throw;
+  }
+}
+
+/// The list in memory is the whole history; a reading that fails half-way must not shorten it.
+int ZAMXMLFile::RereadRecords(int position) {
+  ZAMXMLModificationGroup kept;
+  std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
+  m_nStale = 1;
+  const auto putBack = [&] {
+    std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
+    m_nHistory = position;
+  };
+  try {
+    if (_ReadFromXML(m_Xml, 0, nullptr) == 0) {
+      putBack();
+      return 0;
+    }
+  } catch (...) {
+    putBack();
+    throw;
+  }
+  m_nHistory = position;
+  m_nStale = 0;
+  return 1;
+}
+
+int ZAMXMLFile::SetHistoryToOriginal() { return SetHistory(-1); }
+
+int ZAMXMLFile::SetHistoryToLast() { return SetHistory(GetHistoryCount() - 1); }
+
+void ZAMXMLFile::OnHistoryChanged() {}

@@ -1,0 +1,15 @@
+#pragma once
+
+/// The error codes that logs carry; ZAMGF::ZAMErrorString has a sentence for each.
+namespace zam {
+
+inline constexpr int CodeNotFound = -2;
+inline constexpr int CodeNoMemory = -1002;
+inline constexpr int CodeNotRead = -2001;
+inline constexpr int CodeNotWritten = -2002;
+inline constexpr int CodeNoTemporaryFile = -2003;
+inline constexpr int CodeNotWellFormed = -2004;
+inline constexpr int CodeNotAdded = -2005;
+inline constexpr int CodeTreeNotReread = -2009;
+
+}  // namespace zam

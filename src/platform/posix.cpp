@@ -1,0 +1,311 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+
+#include "platform/system.h"
+
+namespace zam {
+namespace {
+
+constexpr int MaximumLinks = 40;
+constexpr int MaximumTempFolders = 16;
+
+std::string LastReason() { return std::system_category().message(errno); }
+
+class Descriptor {
+public:
+  explicit Descriptor(int number) noexcept : m_Number(number) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { Close(); }
+
+  bool IsOpen() const noexcept { return m_Number >= 0; }
+  int Number() const noexcept { return m_Number; }
+  bool Close() noexcept {
+    const int number = std::exchange(m_Number, -1);
+    return number < 0 || ::close(number) == 0;
+  }
+
+private:
+  int m_Number;
+};
+
+/// The system would end a path at a zero character and so take another file.
+bool IsUsablePath(const std::string& path, std::string& reason) {
+  if (path.empty()) {
+    reason = "there is no path";
+  } else if (path.find('\0') != std::string::npos) {
+    reason = "the path holds a zero character";
+  }
+  return reason.empty();
+}
+
+std::string FolderOf(const std::string& path) {
+  const auto separator = path.rfind('/');
+  if (separator == std::string::npos) {
+    return ".";
+  }
+  return separator == 0 ? "/" : path.substr(0, separator);
+}
+
+std::string Joined(const std::string& folder, const std::string& name) {
+  return folder.ends_with('/') ? folder + name : folder + '/' + name;
+}
+
+/// A name beside the path that no other call uses.
+std::string NameBeside(const std::string& path, const char* purpose) {
+  static std::atomic<unsigned long> counter{0};
+  return Joined(FolderOf(path), ".zamxml-" + std::to_string(ProcessNumber()) + '-' +
+                                    std::to_string(std::time(nullptr)) + '-' +
+                                    std::to_string(++counter) + '.' + purpose);
+}
+
+std::optional<std::string> LinkTarget(const std::string& path) {
+  std::string target(4096, '\0');
+  const auto length = ::readlink(path.c_str(), target.data(), target.size());
+  if (length < 0) {
+    return std::nullopt;
+  }
+  target.resize(static_cast<std::size_t>(length));
+  return target.starts_with('/') ? target : Joined(FolderOf(path), target);
+}
+
+/// The path behind any links, existing or not.
+std::optional<std::string> FollowLinks(std::string path, std::string& reason) {
+  for (int links = 0; links < MaximumLinks; ++links) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+      if (errno == ENOENT) {
+        return path;
+      }
+      reason = LastReason();
+      return std::nullopt;
+    }
+    if (!S_ISLNK(status.st_mode)) {
+      return path;
+    }
+    auto target = LinkTarget(path);
+    if (!target) {
+      reason = LastReason();
+      return std::nullopt;
+    }
+    path = std::move(*target);
+  }
+  errno = ELOOP;
+  reason = LastReason();
+  return std::nullopt;
+}
+
+bool WriteAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+/// The file that is to be replaced, if any.
+struct Existing {
+  bool m_Exists = false;
+  struct stat m_Status {};
+};
+
+bool LookAt(const std::string& target, Existing& existing, std::string& reason) {
+  existing.m_Exists = ::stat(target.c_str(), &existing.m_Status) == 0;
+  if (!existing.m_Exists) {
+    if (errno == ENOENT) {
+      return true;
+    }
+    reason = LastReason();
+    return false;
+  }
+  if (!S_ISREG(existing.m_Status.st_mode)) {
+    reason = "it is not a regular file";
+    return false;
+  }
+  if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
+    reason = LastReason();
+    return false;
+  }
+  return true;
+}
+
+/// Gives the new file the owner and mode of the one that it replaces. Where the owner cannot be
+/// given, the file stays this user's.
+bool TakeOver(int descriptor, const Existing& existing) {
+  if (!existing.m_Exists) {
+    return true;
+  }
+  const auto& status = existing.m_Status;
+  if ((status.st_uid != ::geteuid() || status.st_gid != ::getegid()) &&
+      ::fchown(descriptor, status.st_uid, status.st_gid) != 0 && errno != EPERM) {
+    return false;
+  }
+  return ::fchmod(descriptor, status.st_mode & 07777) == 0;
+}
+
+bool ReplaceFile(const std::string& target, const std::string& fresh, const Existing& existing,
+                 std::string_view bytes, Durability durability) {
+  const bool durable = durability == Durability::Durable;
+  Descriptor folder(durable ? ::open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)
+                            : -1);
+  if (durable && !folder.IsOpen()) {
+    return false;
+  }
+  Descriptor file(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                         existing.m_Exists ? 0600 : 0666));
+  if (!file.IsOpen()) {
+    return false;
+  }
+  const bool written = WriteAll(file.Number(), bytes) && TakeOver(file.Number(), existing) &&
+                       (!durable || ::fsync(file.Number()) == 0) && file.Close() &&
+                       ::rename(fresh.c_str(), target.c_str()) == 0;
+  if (!written) {
+    const int error = errno;
+    ::unlink(fresh.c_str());
+    errno = error;
+    return false;
+  }
+  // Some file systems cannot flush a folder and say EINVAL: the name is as safe as it can be there.
+  return !durable || ::fsync(folder.Number()) == 0 || errno == EINVAL;
+}
+
+bool IsPrivateFolder(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+         status.st_uid == ::geteuid() && (status.st_mode & 0777) == 0700;
+}
+
+}  // namespace
+
+std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason) {
+  if (!IsUsablePath(path, reason)) {
+    return std::nullopt;
+  }
+  // Without O_NONBLOCK opening a pipe would wait for its other end.
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file.IsOpen() || ::fstat(file.Number(), &status) != 0) {
+    reason = LastReason();
+    return std::nullopt;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    reason = S_ISDIR(status.st_mode) ? "it is a folder" : "it is not a regular file";
+    return std::nullopt;
+  }
+  FileBytes content;
+  auto capacity = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0)) + 1;
+  content.m_Bytes = std::make_unique_for_overwrite<char[]>(capacity);
+  for (;;) {
+    const auto count =
+        ::read(file.Number(), content.m_Bytes.get() + content.m_Size, capacity - content.m_Size);
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
+    if (count < 0) {
+      reason = LastReason();
+      return std::nullopt;
+    }
+    if (count == 0) {
+      break;
+    }
+    content.m_Size += static_cast<std::size_t>(count);
+    if (content.m_Size == capacity) {
+      capacity *= 2;
+      auto grown = std::make_unique_for_overwrite<char[]>(capacity);
+      std::copy_n(content.m_Bytes.get(), content.m_Size, grown.get());
+      content.m_Bytes = std::move(grown);
+    }
+  }
+  content.m_Bytes[content.m_Size] = '\0';
+  return content;
+}
+
+bool WriteFile(const std::string& path, std::string_view bytes, Durability durability,
+               std::string& reason) {
+  if (!IsUsablePath(path, reason)) {
+    return false;
+  }
+  const auto target = FollowLinks(path, reason);
+  Existing existing;
+  if (!target || !LookAt(*target, existing, reason)) {
+    return false;
+  }
+  if (!ReplaceFile(*target, NameBeside(*target, "new"), existing, bytes, durability)) {
+    reason = LastReason();
+    return false;
+  }
+  return true;
+}
+
+bool RemoveFile(const std::string& path) noexcept {
+  return path.find('\0') == std::string::npos && ::unlink(path.c_str()) == 0;
+}
+
+std::optional<std::string> PrivateTempFolder() {
+  const char* configured = std::getenv("TMPDIR");
+  const std::string root = configured != nullptr && *configured == '/' ? configured : "/tmp";
+  const std::string name = "zamxml-" + std::to_string(::geteuid());
+  // Another user may have taken the first names: nobody can take them all by accident.
+  for (int number = 0; number < MaximumTempFolders; ++number) {
+    std::string folder = Joined(root, number == 0 ? name : name + '-' + std::to_string(number));
+    if ((::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) && IsPrivateFolder(folder)) {
+      return folder;
+    }
+  }
+  return std::nullopt;
+}
+
+unsigned long ProcessNumber() noexcept { return static_cast<unsigned long>(::getpid()); }
+
+std::tm LocalTime() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  ::localtime_r(&now, &local);
+  return local;
+}
+
+KeptFile::KeptFile(const std::string& path) {
+  std::string reason;
+  if (!IsUsablePath(path, reason)) {
+    return;
+  }
+  const auto target = FollowLinks(path, reason);
+  if (!target) {
+    return;
+  }
+  std::string kept = NameBeside(*target, "kept");
+  struct stat status {};
+  if (::stat(target->c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+      ::link(target->c_str(), kept.c_str()) == 0) {
+    m_Path = *target;
+    m_Kept = std::move(kept);
+  }
+}
+
+KeptFile::~KeptFile() {
+  if (m_Kept.empty()) {
+    return;
+  }
+  if (m_Wanted) {
+    // Renaming one name of a file onto another name of it does nothing at all, hence the unlink.
+    std::rename(m_Kept.c_str(), m_Path.c_str());
+  }
+  ::unlink(m_Kept.c_str());
+}
+
+}  // namespace zam

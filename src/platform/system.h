@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// All that the library asks of the operating system. Paths are in UTF-8. One source file for each
+/// system; every call here may be made by several threads at once.
+namespace zam {
+
+/// The bytes of a file, with room for one more behind them, which is zero.
+struct FileBytes {
+  std::unique_ptr<char[]> m_Bytes;
+  std::size_t m_Size = 0;
+
+  std::string_view View() const noexcept { return {m_Bytes.get(), m_Size}; }
+};
+
+/// The whole of a regular file; nothing, with the system's reason, when it cannot be read.
+std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason);
+
+enum class Durability {
+  Transient,  ///< for files that live for a moment only
+  Durable,    ///< the bytes and the name are on the disk when the call returns
+};
+
+/// Replaces the file at the path by one with those bytes, or creates it. At any moment the path
+/// names the old file or the whole new one. An existing file keeps its mode and, where the system
+/// lets it, its owner; a symbolic link is followed to its target. On failure: false, the system's
+/// reason, and the old file as it was.
+bool WriteFile(const std::string& path, std::string_view bytes, Durability durability,
+               std::string& reason);
+
+bool RemoveFile(const std::string& path) noexcept;
+
+/// A folder inside the system's temporary directory that only this user can enter, or nothing.
+std::optional<std::string> PrivateTempFolder();
+
+unsigned long ProcessNumber() noexcept;
+
+/// The local date and time now.
+std::tm LocalTime();
+
+/// Keeps the file that stands at a path, under a second name beside it, while others replace the
+/// path; nothing is kept where no file stands or the file system has no hard links.
+class KeptFile {
+public:
+  explicit KeptFile(const std::string& path);
+  KeptFile(const KeptFile&) = delete;
+  KeptFile& operator=(const KeptFile&) = delete;
+  /// Drops the second name; without Forget, the kept file is put back at the path first.
+  ~KeptFile();
+
+  /// The kept file is no longer wanted.
+  void Forget() noexcept { m_Wanted = false; }
+
+private:
+  std::string m_Path;
+  std::string m_Kept;
+  bool m_Wanted = true;
+};
+
+}  // namespace zam

@@ -1,0 +1,119 @@
+#include "platform/utf.h"
+
+#include <utf8.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace zam {
+namespace {
+
+constexpr char32_t Replacement = 0xFFFD;
+/// What NextCodePoint gives for a surrogate without its partner; no code point.
+constexpr char32_t LoneSurrogate = 0xFFFFFFFF;
+
+bool IsLead(char16_t unit) noexcept { return (unit & 0xFC00) == 0xD800; }
+bool IsTrail(char16_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
+
+char32_t NextCodePoint(std::u16string_view units, std::size_t& position) noexcept {
+  const char16_t unit = units[position++];
+  if (!IsLead(unit) && !IsTrail(unit)) {
+    return unit;
+  }
+  if (IsTrail(unit) || position == units.size() || !IsTrail(units[position])) {
+    return LoneSurrogate;
+  }
+  const char16_t trail = units[position++];
+  return 0x10000 + ((static_cast<char32_t>(unit) & 0x3FF) << 10) + (trail & 0x3FF);
+}
+
+bool XmlCanCarry(char32_t point) noexcept {
+  return point >= 0x20 ? point != 0xFFFE && point != 0xFFFF && point != LoneSurrogate
+                       : point == '\t' || point == '\n' || point == '\r';
+}
+
+/// Converts unit by unit; `accept` says which code points stay. The leading run of plain ASCII,
+/// which is all of most texts, is copied at once.
+template <class Accept>
+std::string Convert(std::u16string_view units, Accept accept) {
+  const auto isPlain = [](char16_t unit) { return unit >= 0x20 && unit < 0x80; };
+  const auto plainEnd = std::find_if_not(units.begin(), units.end(), isPlain);
+  std::string bytes;
+  bytes.reserve(units.size());
+  std::transform(units.begin(), plainEnd, std::back_inserter(bytes),
+                 [](char16_t unit) { return static_cast<char>(unit); });
+  for (auto position = static_cast<std::size_t>(plainEnd - units.begin());
+       position < units.size();) {
+    const char32_t point = NextCodePoint(units, position);
+    utf8::append(accept(point) ? point : Replacement, std::back_inserter(bytes));
+  }
+  return bytes;
+}
+
+}  // namespace
+
+std::string ToUtf8(std::u16string_view units) {
+  return Convert(units, [](char32_t point) { return point != LoneSurrogate; });
+}
+
+std::string ToXmlUtf8(std::u16string_view units, bool& replaced) {
+  return Convert(units, [&replaced](char32_t point) {
+    const bool carried = XmlCanCarry(point);
+    replaced = replaced || !carried;
+    return carried;
+  });
+}
+
+bool IsAscii(std::string_view bytes) noexcept {
+  return std::all_of(bytes.begin(), bytes.end(),
+                     [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+std::u16string ToUtf16(std::string_view bytes) {
+  std::u16string units;
+  units.reserve(bytes.size());
+  if (utf8::is_valid(bytes.begin(), bytes.end())) {
+    utf8::utf8to16(bytes.begin(), bytes.end(), std::back_inserter(units));
+  } else {
+    std::string repaired;
+    utf8::replace_invalid(bytes.begin(), bytes.end(), std::back_inserter(repaired), Replacement);
+    utf8::utf8to16(repaired.begin(), repaired.end(), std::back_inserter(units));
+  }
+  return units;
+}
+
+std::optional<std::string> Utf16BytesToUtf8(std::string_view bytes, bool bigEndian) {
+  if (bytes.size() % 2 != 0) {
+    return std::nullopt;
+  }
+  std::u16string units(bytes.size() / 2, u'\0');
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const auto first = static_cast<unsigned char>(bytes[2 * i]);
+    const auto second = static_cast<unsigned char>(bytes[2 * i + 1]);
+    units[i] = static_cast<char16_t>(bigEndian ? first << 8 | second : second << 8 | first);
+  }
+  std::u16string_view content = units;
+  if (content.starts_with(u'\xFEFF')) {
+    content.remove_prefix(1);
+  }
+  bool lone = false;
+  std::string converted = Convert(content, [&lone](char32_t point) {
+    lone = lone || point == LoneSurrogate;
+    return point != LoneSurrogate;
+  });
+  if (lone) {
+    return std::nullopt;
+  }
+  return converted;
+}
+
+std::string Latin1ToUtf8(std::string_view bytes) {
+  std::string converted;
+  converted.reserve(bytes.size());
+  for (const char byte : bytes) {
+    utf8::append(static_cast<unsigned char>(byte), std::back_inserter(converted));
+  }
+  return converted;
+}
+
+}  // namespace zam

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// The one place that converts texts.
+namespace zam {
+
+/// UTF-16 to UTF-8; a lone surrogate becomes U+FFFD.
+std::string ToUtf8(std::u16string_view units);
+
+/// UTF-8 to UTF-16; bytes that are no UTF-8 become U+FFFD.
+std::u16string ToUtf16(std::string_view bytes);
+
+/// UTF-16 to UTF-8 as an XML document can carry it: control characters other than tab, line feed
+/// and carriage return, lone surrogates, U+FFFE, U+FFFF and zero become U+FFFD, and `replaced` is
+/// set to true (otherwise left alone).
+std::string ToXmlUtf8(std::u16string_view units, bool& replaced);
+
+/// True when every byte is ASCII.
+bool IsAscii(std::string_view bytes) noexcept;
+
+/// Bytes of a UTF-16 file to UTF-8, without byte order mark; nothing when a surrogate stands alone
+/// or half a unit is left over.
+std::optional<std::string> Utf16BytesToUtf8(std::string_view bytes, bool bigEndian);
+
+/// Bytes of an ISO-8859-1 file to UTF-8.
+std::string Latin1ToUtf8(std::string_view bytes);
+
+}  // namespace zam

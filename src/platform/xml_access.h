@@ -1,0 +1,52 @@
+#pragma once
+
+#include <new>
+#include <string>
+
+#include "platform/xml_document.h"
+#include "zamxml/platform/error.h"
+#include "zamxml/platform/xml.h"
+
+/// What the operations of ZAMXml share: from handles and texts of the host to elements and bytes of
+/// the tree, and back.
+struct ZAMXml::Access {
+  ZAMXml& m_Xml;
+
+  /// The element behind a handle of this document, or a null node.
+  pugi::xml_node Element(const IXMLDOMNodePtr& handle) const noexcept {
+    return handle && handle.m_Node->m_Document == m_Xml.m_Document.get() ? handle.m_Node->m_Node
+                                                                         : pugi::xml_node();
+  }
+
+  pugi::xml_node Child(const IXMLDOMNodePtr& handle, ZAMTextView path, int index) const;
+  /// That child; made as the last one when it is missing. A null node, logged, when it cannot be.
+  pugi::xml_node ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path, int index);
+  /// Adds the last step of a path below an element, after building the steps that are missing.
+  pugi::xml_node Add(pugi::xml_node parent, const std::vector<std::string>& steps);
+
+  /// A text as the tree stores it; the log is warned about what XML cannot carry.
+  std::string Stored(ZAMTextView text, pugi::xml_node element);
+
+  template <class Text>
+  int GetText(pugi::xml_node element, Text& text) const;
+  int SetText(pugi::xml_node element, ZAMTextView text);
+  template <class Text>
+  int GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const;
+  int SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value);
+
+  static std::string PathOf(pugi::xml_node element, int index);
+};
+
+namespace zam {
+
+/// Takes a step that may run out of memory; that is raised as the platform's error.
+template <class Step>
+auto Allocating(Step step) {
+  try {
+    return step();
+  } catch (const std::bad_alloc&) {
+    throw _com_error(E_OUTOFMEMORY);
+  }
+}
+
+}  // namespace zam

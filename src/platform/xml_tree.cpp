@@ -1,0 +1,273 @@
+#include <utility>
+
+#include "platform/codes.h"
+#include "platform/name_escape.h"
+#include "platform/utf.h"
+#include "platform/xml_access.h"
+#include "platform/xml_path.h"
+#include "platform/xml_reader.h"
+#include "platform/xml_writer.h"
+#include "zamxml/platform/util.h"
+
+/// The document of a ZAMXml: how it comes, goes and is saved, and how its elements are found, added
+/// and removed.
+
+namespace {
+
+using Steps = std::vector<std::string>;
+
+/// Takes the root's name off an absolute path; false when the path does not begin with it.
+bool DropRoot(Steps& steps, pugi::xml_node root) {
+  if (!root || steps.front() != root.name()) {
+    return false;
+  }
+  steps.erase(steps.begin());
+  return true;
+}
+
+_bstr_t Quoted(ZAMTextView path) { return _bstr_t(u"\"") + _bstr_t(path) + u"\""; }
+
+}  // namespace
+
+ZAMXml::ZAMXml() : ZAMLog(1) {}
+ZAMXml::~ZAMXml() = default;
+
+int ZAMXml::Fail(int code, const _bstr_t& detail, ZAMLog* log) {
+  SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_XML, code, ZAMGF::ZAMErrorString(code), detail, 0);
+  SafeLogCopy(log);
+  return 0;
+}
+
+int ZAMXml::Replace(std::unique_ptr<ZAMXmlDocument> document) {
+  m_Document = std::move(document);
+  SetOpened(1);
+  return 1;
+}
+
+int ZAMXml::Open(const _bstr_t& path, ZAMLog* log) {
+  CString current(path);
+  if (OnFileOpen(path, log) == 0) {
+    return 0;
+  }
+  m_strFilePath = std::move(current);
+  return 1;
+}
+
+void ZAMXml::OnFileClose() { m_Document.reset(); }
+
+int ZAMXml::OnFileNew(ZAMLog* log) {
+  try {
+    auto document = std::make_unique<ZAMXmlDocument>();
+    document->MakeEmpty();
+    return Replace(std::move(document));
+  } catch (const std::exception& failure) {
+    return Fail(zam::CodeNoMemory, failure.what(), log);
+  }
+}
+
+int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
+  std::string reason;
+  try {
+    auto bytes = zam::ReadFile(path.utf8(), reason);
+    if (!bytes) {
+      return Fail(zam::CodeNotRead, path + u": " + _bstr_t::FromUtf8(reason), log);
+    }
+    auto document = zam::ReadDocument(std::move(*bytes), reason);
+    if (!document) {
+      return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
+    }
+    return Replace(std::move(document));
+  } catch (const std::exception& failure) {
+    return Fail(zam::CodeNoMemory, path + u": " + failure.what(), log);
+  }
+}
+
+int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
+  std::string reason;
+  try {
+    if (!m_Document || !m_Document->Root()) {
+      return Fail(zam::CodeNotWritten, path + u": there is no document to save", log);
+    }
+    const std::string bytes = zam::WriteDocument(m_Document->m_Tree);
+    if (zam::WriteFile(path.utf8(), bytes,
+                       m_nDurable != 0 ? zam::Durability::Durable : zam::Durability::Transient,
+                       reason)) {
+      return 1;
+    }
+    return Fail(zam::CodeNotWritten, path + u": " + _bstr_t::FromUtf8(reason), log);
+  } catch (const std::exception& failure) {
+    return Fail(zam::CodeNoMemory, path + u": " + failure.what(), log);
+  }
+}
+
+void ZAMXml::SetDurable(int durable) noexcept { m_nDurable = durable; }
+
+int ZAMXml::CreateRoot(ZAMTextView name) {
+  if (!m_Document || m_Document->Root()) {
+    return Fail(zam::CodeNotAdded, u"There is a root element already, or no document.", nullptr);
+  }
+  zam::Allocating([&] { m_Document->AddRoot(zam::StoredName(name.view())); });
+  return 1;
+}
+
+int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
+  if (!source.m_Document) {
+    return Fail(zam::CodeNotRead, u"The tree that is to be copied holds no document.", log);
+  }
+  try {
+    std::string reason;
+    const std::string bytes = zam::WriteDocument(source.m_Document->m_Tree);
+    auto copy = std::make_unique<ZAMXmlDocument>();
+    if (source.m_Document->Root()) {
+      copy = zam::ReadDocument(zam::CopyOf(bytes), reason);
+    } else {
+      copy->MakeEmpty();
+    }
+    if (!copy) {
+      return Fail(zam::CodeNotWellFormed, _bstr_t::FromUtf8(reason), log);
+    }
+    copy->m_Lines = source.m_Document->m_Lines;
+    copy->m_IndentUnit = source.m_Document->m_IndentUnit;
+    m_strFilePath.Empty();
+    return Replace(std::move(copy));
+  } catch (const std::exception& failure) {
+    return Fail(zam::CodeNoMemory, failure.what(), log);
+  }
+}
+
+IXMLDOMNodePtr ZAMXml::GetNode(ZAMTextView path, int index) {
+  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+    if (m_Document) {
+      Steps steps = zam::PathSteps(path.view());
+      const pugi::xml_node root = m_Document->Root();
+      if (DropRoot(steps, root)) {
+        const pugi::xml_node found = !steps.empty() ? m_Document->m_Finder.Find(root, steps, index)
+                                     : index == 0   ? root
+                                                    : pugi::xml_node();
+        if (found) {
+          return m_Document->Handle(found, steps.size() <= 1 ? index : -1);
+        }
+      }
+    }
+    Fail(zam::CodeNotFound, u"There is no element " + Quoted(path) + u".", nullptr);
+    return {};
+  });
+}
+
+IXMLDOMNodePtr ZAMXml::AddNode(ZAMTextView path, ZAMTextView text, int /*index*/) {
+  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+    if (m_Document) {
+      Steps steps = zam::PathSteps(path.view());
+      const std::string name = steps.back();
+      steps.pop_back();
+      pugi::xml_node parent = m_Document->Root();
+      if (!steps.empty() && DropRoot(steps, parent)) {
+        if (!steps.empty()) {
+          parent = m_Document->m_Finder.Find(parent, steps, 0);
+        }
+        Access access{*this};
+        if (const pugi::xml_node added = parent ? access.Add(parent, {name}) : parent) {
+          access.SetText(added, text);
+          return m_Document->Handle(added);
+        }
+      }
+    }
+    Fail(zam::CodeNotAdded, u"There is no place for " + Quoted(path) + u".", nullptr);
+    return {};
+  });
+}
+
+IXMLDOMNodePtr ZAMXml::GetChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, int index) {
+  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+    const pugi::xml_node found = Access{*this}.Child(node, name, index);
+    const bool oneStep = name.view().find(u'/') == std::u16string_view::npos;
+    return found ? m_Document->Handle(found, oneStep ? index : -1) : IXMLDOMNodePtr();
+  });
+}
+
+IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
+                                    int /*index*/) {
+  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+    Access access{*this};
+    const pugi::xml_node parent = access.Element(node);
+    const pugi::xml_node added =
+        parent ? access.Add(parent, zam::PathSteps(name.view())) : pugi::xml_node();
+    if (!added) {
+      Fail(zam::CodeNotAdded,
+           GetNodePath(node) + u": " + Quoted(name) +
+               (parent ? u" would be nested too deep." : u" has no element to stand in."),
+           nullptr);
+      return {};
+    }
+    access.SetText(added, text);
+    return m_Document->Handle(added);
+  });
+}
+
+int ZAMXml::GetNodeCount(const IXMLDOMNodePtr& node, ZAMTextView name) {
+  return zam::Allocating([&] {
+    const pugi::xml_node parent = Access{*this}.Element(node);
+    return parent ? m_Document->m_Finder.Count(parent, zam::PathSteps(name.view())) : 0;
+  });
+}
+
+int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name) {
+  return zam::Allocating([&] {
+    const pugi::xml_node parent = Access{*this}.Element(node);
+    if (!parent) {
+      return 0;
+    }
+    Steps steps = zam::PathSteps(name.view());
+    const std::string last = steps.back();
+    steps.pop_back();
+    if (steps.empty()) {
+      m_Document->RemoveElements(parent, last);
+      return 1;
+    }
+    for (int i = 0; const pugi::xml_node holder = m_Document->m_Finder.Find(parent, steps, i);
+         ++i) {
+      m_Document->RemoveElements(holder, last);
+    }
+    return 1;
+  });
+}
+
+int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node) {
+  return zam::Allocating([&] {
+    const pugi::xml_node parent = Access{*this}.Element(node);
+    if (!parent) {
+      return 0;
+    }
+    m_Document->RemoveContent(parent);
+    return 1;
+  });
+}
+
+IXMLDOMNodePtr ZAMXml::GetFirstChildNode(const IXMLDOMNodePtr& node) {
+  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+    const pugi::xml_node parent = Access{*this}.Element(node);
+    return parent ? m_Document->Handle(zam::ElementFrom(parent.first_child())) : IXMLDOMNodePtr();
+  });
+}
+
+IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
+  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+    const pugi::xml_node element = Access{*this}.Element(node);
+    return element ? m_Document->Handle(zam::ElementFrom(element.next_sibling()))
+                   : IXMLDOMNodePtr();
+  });
+}
+
+_bstr_t ZAMXml::GetNodeName(const IXMLDOMNodePtr& node) {
+  const pugi::xml_node element = Access{*this}.Element(node);
+  return element ? _bstr_t::FromUtf8(element.name()) : _bstr_t();
+}
+
+_bstr_t ZAMXml::GetNodePath(const IXMLDOMNodePtr& node) {
+  return zam::Allocating([&] {
+    const pugi::xml_node element = Access{*this}.Element(node);
+    return element ? _bstr_t::FromUtf8(Access::PathOf(element, node.m_Node->m_Index)) : _bstr_t();
+  });
+}
+
+void ZAMXml::SafeRelease(IXMLDOMNodePtr& node) noexcept { node = nullptr; }

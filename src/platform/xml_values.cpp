@@ -1,0 +1,199 @@
+#include <iterator>
+
+#include "platform/codes.h"
+#include "platform/name_escape.h"
+#include "platform/utf.h"
+#include "platform/xml_access.h"
+#include "platform/xml_path.h"
+#include "zamxml/platform/util.h"
+
+/// The texts and attributes of the elements of a ZAMXml.
+
+pugi::xml_node ZAMXml::Access::Child(const IXMLDOMNodePtr& handle, ZAMTextView path,
+                                     int index) const {
+  const pugi::xml_node element = Element(handle);
+  return element ? m_Xml.m_Document->m_Finder.Find(element, zam::PathSteps(path.view()), index)
+                 : element;
+}
+
+pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path,
+                                          int index) {
+  const pugi::xml_node element = Element(handle);
+  if (!element) {
+    return element;
+  }
+  const std::vector<std::string> steps = zam::PathSteps(path.view());
+  const pugi::xml_node found = m_Xml.m_Document->m_Finder.Find(element, steps, index);
+  const pugi::xml_node child = found ? found : Add(element, steps);
+  if (!child) {
+    m_Xml.Fail(
+        zam::CodeNotAdded,
+        m_Xml.GetNodePath(handle) + u": \"" + _bstr_t(path) + u"\" would be nested too deep.",
+        nullptr);
+  }
+  return child;
+}
+
+pugi::xml_node ZAMXml::Access::Add(pugi::xml_node parent, const std::vector<std::string>& steps) {
+  ZAMXmlDocument& document = *m_Xml.m_Document;
+  if (zam::DepthOf(parent) + static_cast<int>(steps.size()) > zam::MaximumDepth) {
+    return {};
+  }
+  for (std::size_t i = 0; i + 1 < steps.size(); ++i) {
+    const pugi::xml_node known = document.m_Finder.Find(parent, {steps[i]}, 0);
+    parent = known ? known : document.AddElement(parent, steps[i]);
+  }
+  return document.AddElement(parent, steps.back());
+}
+
+std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) {
+  bool replaced = false;
+  std::string stored = zam::ToXmlUtf8(text.view(), replaced);
+  if (replaced) {
+    m_Xml.SetLog_Warring(ZAM_LOG_CATEGORY_XML,
+                         u"Characters that XML cannot carry were stored as U+FFFD.",
+                         _bstr_t::FromUtf8(PathOf(element, -1)), 0);
+  }
+  return stored;
+}
+
+template <class Text>
+int ZAMXml::Access::GetText(pugi::xml_node element, Text& text) const {
+  text = element ? _bstr_t::FromUtf8(m_Xml.m_Document->Text(element)) : _bstr_t(u"");
+  return element ? 1 : 0;
+}
+
+int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) {
+  if (!element) {
+    return 0;
+  }
+  m_Xml.m_Document->SetText(element, Stored(text, element));
+  return 1;
+}
+
+template <class Text>
+int ZAMXml::Access::GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const {
+  const pugi::xml_attribute attribute = element.attribute(zam::StoredName(name.view()).c_str());
+  value = _bstr_t::FromUtf8(attribute.value());
+  return attribute ? 1 : 0;
+}
+
+int ZAMXml::Access::SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value) {
+  if (!element) {
+    return 0;
+  }
+  const std::string stored = zam::StoredName(name.view());
+  pugi::xml_attribute attribute = element.attribute(stored.c_str());
+  if (!attribute) {
+    attribute = element.append_attribute(stored.c_str());
+  }
+  if (!attribute.set_value(Stored(value, element).c_str())) {
+    throw _com_error(E_OUTOFMEMORY);
+  }
+  return 1;
+}
+
+std::string ZAMXml::Access::PathOf(pugi::xml_node element, int index) {
+  std::string path;
+  for (; element.type() == pugi::node_element; element = element.parent(), index = -1) {
+    if (index < 0) {
+      index = 0;
+      for (auto sibling = element.previous_sibling(element.name()); sibling;
+           sibling = sibling.previous_sibling(element.name())) {
+        ++index;
+      }
+    }
+    const std::string position = index > 0 ? '[' + std::to_string(index) + ']' : std::string();
+    path = element.name() + position + (path.empty() ? "" : "/") + path;
+  }
+  return path;
+}
+
+int ZAMXml::GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, _bstr_t& text,
+                             int index) {
+  Access access{*this};
+  return zam::Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
+}
+
+int ZAMXml::GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, CString& text,
+                             int index) {
+  Access access{*this};
+  return zam::Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
+}
+
+int ZAMXml::SetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
+                             int index) {
+  Access access{*this};
+  return zam::Allocating(
+      [&] { return access.SetText(access.ChildToSet(node, name, index), text); });
+}
+
+int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
+                                  ZAMTextView attribute, _bstr_t& value, int index) {
+  Access access{*this};
+  return zam::Allocating(
+      [&] { return access.GetAttribute(access.Child(node, child, index), attribute, value); });
+}
+
+int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
+                                  ZAMTextView attribute, CString& value, int index) {
+  Access access{*this};
+  return zam::Allocating(
+      [&] { return access.GetAttribute(access.Child(node, child, index), attribute, value); });
+}
+
+int ZAMXml::SetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
+                                  ZAMTextView attribute, ZAMTextView value, int index) {
+  Access access{*this};
+  return zam::Allocating(
+      [&] { return access.SetAttribute(access.ChildToSet(node, child, index), attribute, value); });
+}
+
+int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, _bstr_t& text) {
+  Access access{*this};
+  return zam::Allocating([&] { return access.GetText(access.Element(node), text); });
+}
+
+int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, CString& text) {
+  Access access{*this};
+  return zam::Allocating([&] { return access.GetText(access.Element(node), text); });
+}
+
+int ZAMXml::SetNodeText(const IXMLDOMNodePtr& node, ZAMTextView text) {
+  Access access{*this};
+  return zam::Allocating([&] { return access.SetText(access.Element(node), text); });
+}
+
+int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, _bstr_t& value) {
+  Access access{*this};
+  return zam::Allocating(
+      [&] { return access.GetAttribute(access.Element(node), attribute, value); });
+}
+
+int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, CString& value) {
+  Access access{*this};
+  return zam::Allocating(
+      [&] { return access.GetAttribute(access.Element(node), attribute, value); });
+}
+
+int ZAMXml::SetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, ZAMTextView value) {
+  Access access{*this};
+  return zam::Allocating(
+      [&] { return access.SetAttribute(access.Element(node), attribute, value); });
+}
+
+int ZAMXml::GetAttributeCount(const IXMLDOMNodePtr& node) {
+  const auto attributes = Access{*this}.Element(node).attributes();
+  return static_cast<int>(std::distance(attributes.begin(), attributes.end()));
+}
+
+int ZAMXml::GetAttribute(const IXMLDOMNodePtr& node, int index, _bstr_t& name, _bstr_t& value) {
+  for (const pugi::xml_attribute attribute : Access{*this}.Element(node).attributes()) {
+    if (index-- == 0) {
+      value = _bstr_t::FromUtf8(attribute.value());
+      name = _bstr_t::FromUtf8(attribute.name());
+      return 1;
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+#include "support/allocation.h"
+#include "support/tree.h"
+
+namespace {
+
+struct Change {
+  const char16_t* m_Node;
+  const char16_t* m_Attribute;
+  ZAMXML_VTYPE m_Type;
+  const char16_t* m_Old;
+  const char16_t* m_New;
+};
+
+void Add(ZAMXMLModificationGroup& list, std::initializer_list<Change> changes) {
+  auto* modification = new ZAMXMLModification;
+  list.m_ModificationList.Add(modification);
+  for (const Change& change : changes) {
+    auto* item = new ZAMXMLChangeItem;
+    modification->m_Changes.Add(item);
+    item->m_Node = change.m_Node;
+    item->m_Attribute = change.m_Attribute;
+    item->SetValue(change.m_Type, change.m_New);
+    item->m_OldValue = change.m_Old;
+  }
+}
+
+constexpr ZAMXML_VTYPE String = ZAMXML_VTYPE_STRING;
+constexpr ZAMXML_VTYPE Name = ZAMXML_VTYPE_NAME;
+constexpr ZAMXML_VTYPE Statement = ZAMXML_VTYPE_STATEMENT;
+
+/// Three modifications, each of which would overwrite a later one's values if the order were wrong.
+void FillHistory(ZAMXMLModificationGroup& list) {
+  Add(list, {{u"P/ID", u"", String, u"0", u"1"}, {u"P/ID", u"k", String, u"a", u"b"}});
+  Add(list, {{u"P/ID", u"", String, u"1", u"2"},
+             {u"P/N", u"not looked at", Name, u"A^B^^^^", u"C^^D^^^"},
+             {u"P/S", u"not looked at", Statement, u"x", u"y^^z"}});
+  Add(list, {{u"P/ID", u"", String, u"2", u"wrong"},
+             {u"P/ID", u"", String, u"2", u"3"},
+             {u"P/N", u"", Name, u"C^^D^^^", u""},
+             {u"P/S", u"", Statement, u"y^z", u""},
+             {u"P", u"", ZAMXML_VTYPE_NONE, u"none", u"none"}});
+}
+
+constexpr const char* States[] = {
+    "<R><P t=\"1\"><ID k=\"a\">0</ID><N><Full>A</Full><Family>B</Family><Given/><Middle/><Prefix/>"
+    "<Suffix/><X/></N><S><Statement>x</Statement></S></P></R>",
+    "<R><P t=\"1\"><ID k=\"b\">1</ID><N><Full>A</Full><Family>B</Family><Given/><Middle/><Prefix/>"
+    "<Suffix/><X/></N><S><Statement>x</Statement></S></P></R>",
+    "<R><P t=\"1\"><ID k=\"b\">2</ID><N><Full>C</Full><Family/><Given>D</Given><Middle/><Prefix/>"
+    "<Suffix/><X/></N><S><Statement>y</Statement><Statement>z</Statement></S></P></R>",
+    "<R><P t=\"1\"><ID k=\"b\">3</ID><N><Full/><Family/><Given/><Middle/><Prefix/>"
+    "<Suffix/><X/></N><S/></P></R>",
+};
+constexpr int LastPosition = 2;
+
+const char* StateAt(int position) { return States[position + 1]; }
+
+TEST(History, EveryPositionIsReachedFromEveryOther) {
+  ZAMXMLModificationGroup list;
+  FillHistory(list);
+  for (int from = -1; from <= LastPosition; ++from) {
+    for (int to = -1; to <= LastPosition; ++to) {
+      ZAMXml xml;
+      test::Load(xml, StateAt(from));
+      EXPECT_EQ(list.ApplyModifications(xml, u"R", from, to), from == to ? 0 : 1);
+      EXPECT_EQ(test::Content(xml), StateAt(to)) << "from " << from << " to " << to;
+    }
+  }
+}
+
+TEST(History, AMoveThatCannotBeMadeChangesNothing) {
+  ZAMXMLModificationGroup list;
+  ZAMXml xml;
+  test::Load(xml, StateAt(1));
+  EXPECT_EQ(list.ApplyModifications(xml, u"R", -1, 0), 0);
+  EXPECT_EQ(list.ApplyModifications(xml, u"R", -1, -1), 0);
+  FillHistory(list);
+  for (const int target : {-2, 3, INT_MIN, INT_MAX}) {
+    EXPECT_EQ(list.ApplyModifications(xml, u"R", 1, target), 0) << target;
+  }
+  EXPECT_EQ(list.ApplyModifications(xml, u"Other", 1, 2), 0);
+  EXPECT_EQ(list.ApplyModifications(xml, u"", 1, 2), 0);
+  for (const int current : {-2, 3, INT_MIN, INT_MAX}) {
+    EXPECT_THROW(list.ApplyModifications(xml, u"R", current, 1), CInvalidArgException) << current;
+  }
+  EXPECT_EQ(test::Content(xml), StateAt(1));
+}
+
+TEST(History, AMissingElementIsAddedBelowTheRoot) {
+  ZAMXMLModificationGroup list;
+  Add(list, {{u"P/New/Text", u"", String, u"", u"t"},
+             {u"Flag", u"on", String, u"", u"1"},
+             {u"Person", u"", Name, u"", u"A"},
+             {u"Untouched", u"", ZAMXML_VTYPE_NONE, u"", u"x"}});
+  ZAMXml xml;
+  test::Load(xml, "<R><P/></R>");
+  EXPECT_EQ(list.ApplyModifications(xml, u"R", -1, 0), 1);
+  EXPECT_EQ(test::Content(xml),
+            "<R><P><New><Text>t</Text></New></P><Flag on=\"1\"/><Person><Full>A</Full><Family/>"
+            "<Given/><Middle/><Prefix/><Suffix/></Person><Untouched/></R>");
+}
+
+class OpenGroup : public ZAMXMLModificationGroup {
+public:
+  using ZAMXMLModificationGroup::RedoModification;
+};
+
+TEST(History, AnElementThatCannotBeAddedRaises) {
+  OpenGroup list;
+  FillHistory(list);
+  ZAMXml xml;
+  test::Load(xml, StateAt(-1));
+  IXMLDOMNodePtr none;
+  try {
+    list.RedoModification(xml, none, list.GetModification(0));
+    ADD_FAILURE() << "nothing raised";
+  } catch (const _com_error& error) {
+    EXPECT_EQ(error.Error(), E_POINTER);
+  }
+}
+
+/// Whether the move did all that it should: no exception, and no error left in the tree's log.
+bool Moves(ZAMXMLModificationGroup& list, ZAMXml& xml, int failingAllocation, bool& failed) {
+  const test::FailingAllocation failing(failingAllocation);
+  bool moved = false;
+  try {
+    moved = list.ApplyModifications(xml, u"R", -1, LastPosition) == 1 && xml.GetLogCount() == 0;
+  } catch (const _com_error& error) {
+    EXPECT_EQ(error.Error(), E_OUTOFMEMORY);
+  }
+  failed = failing.Happened();
+  return moved;
+}
+
+TEST(History, AMoveThatRanOutOfMemoryIsUndoneByMovingToTheOriginal) {
+  ZAMXMLModificationGroup list;
+  FillHistory(list);
+  int interrupted = 0;
+  bool failed = true;
+  for (int number = 1; failed; ++number) {
+    ZAMXml xml;
+    test::Load(xml, StateAt(-1));
+    const long before = test::LiveAllocations();
+    if (Moves(list, xml, number, failed)) {
+      EXPECT_EQ(test::Content(xml), StateAt(LastPosition)) << "allocation " << number;
+    } else {
+      ++interrupted;
+    }
+    EXPECT_EQ(list.ApplyModifications(xml, u"R", LastPosition, -1), 1);
+    EXPECT_EQ(test::Content(xml), StateAt(-1)) << "allocation " << number;
+    EXPECT_LE(test::LiveAllocations(), before + 100);
+  }
+  EXPECT_GT(interrupted, 5);
+}
+
+}  // namespace

@@ -1,0 +1,427 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <random>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include "support/tree.h"
+
+namespace {
+
+using Buffer = std::vector<unsigned char>;
+using Values = std::vector<std::int64_t>;
+
+constexpr int HostOrder = std::endian::native == std::endian::big ? 1 : 0;
+
+/// The low bytes of the values, in a byte order.
+Buffer Stored(int width, const Values& values, int order = HostOrder) {
+  Buffer bytes;
+  for (const std::int64_t value : values) {
+    for (int i = 0; i < width; ++i) {
+      const int shift = 8 * (order == 1 ? width - 1 - i : i);
+      bytes.push_back(static_cast<unsigned char>(value >> shift));
+    }
+  }
+  return bytes;
+}
+
+Buffer Content(const ZAMXMLBinary& block) {
+  return {block.GetBinary(), block.GetBinary() + block.m_BinaryLength};
+}
+
+void Fill(ZAMXMLBinary& block, int width, const Buffer& bytes) {
+  ASSERT_EQ(block.AllocBinary(bytes.size()), 1);
+  std::copy(bytes.begin(), bytes.end(), block.GetBinary());
+  block.m_BytePerData = width;
+  block.m_CountOfData = static_cast<int>(bytes.size()) / width;
+}
+
+/// A tree with a block in its root.
+struct BlockTree {
+  explicit BlockTree(const std::string& content = "") {
+    test::Load(xml, "<B>" + content + "</B>");
+    root = xml.GetNode(u"B");
+  }
+
+  ZAMXml xml;
+  IXMLDOMNodePtr root;
+};
+
+std::string Header(const std::string& encoding, const std::string& order, const std::string& width,
+                   const std::string& count) {
+  return "<Encoding code=\"" + encoding + "\">?</Encoding><ByteOrder code=\"" + order +
+         "\">?</ByteOrder><BytePerData>" + width + "</BytePerData><CountOfData>" + count +
+         "</CountOfData>";
+}
+
+std::string Data(const std::string& start, const std::string& length, const std::string& text) {
+  return "<Data start=\"" + start + "\" length=\"" + length + "\">" + text + "</Data>";
+}
+
+std::u16string Encoded(const Buffer& data, int width, int count, ZAMTextView separator = u",",
+                       int invert = 0) {
+  CString text(u"old");
+  const Buffer before = data;
+  const int result =
+      ZAMXMLBinary::EncodeSeparateValue(text, separator, data.data(), width, count, invert);
+  EXPECT_EQ(data, before);
+  return result == 1 ? std::u16string(text.view()) : text.IsEmpty() ? u"refused" : u"not emptied";
+}
+
+TEST(SeparatedValues, Encode) {
+  EXPECT_EQ(Encoded({0x01, 0xFF, 0x80}, 1, 3), u"1,-1,-128");
+  EXPECT_EQ(Encoded({0x01, 0xFF, 0x80}, 1, 2, u"%d; ", 1), u"1%d; -1");
+  EXPECT_EQ(Encoded(Stored(2, {258, -2, -32768, 32767}), 2, 4), u"258,-2,-32768,32767");
+  EXPECT_EQ(Encoded(Stored(2, {258, -2}), 2, 2, u",", 1), u"513,-257");
+  EXPECT_EQ(Encoded(Stored(4, {-2147483648, 2147483647}), 4, 2), u"-2147483648,2147483647");
+  EXPECT_EQ(Encoded(Stored(4, {0x01020304}), 4, 1, u",", 1), u"67305985");
+  EXPECT_EQ(Encoded({1, 2}, 2, 0), u"");
+  EXPECT_EQ(Encoded({1, 2}, 2, -1), u"");
+  EXPECT_EQ(Encoded({}, 2, 1), u"refused");
+  EXPECT_EQ(Encoded({1, 2, 3}, 3, 1), u"refused");
+  EXPECT_EQ(Encoded({1, 2, 3}, 0, 1), u"refused");
+  EXPECT_EQ(Encoded({1, 2}, 1, 2, u""), u"refused");
+  EXPECT_EQ(Encoded({1, 2}, 1, 2, nullptr), u"refused");
+
+  // Longer than any inner buffer, with a separator that is cut anywhere.
+  const Buffer many(5000, 0x80);
+  CString text(Encoded(many, 1, 5000, u" / ").c_str());
+  EXPECT_EQ(text.GetLength(), 5000 * 4 + 4999 * 3);
+  Buffer back(many.size());
+  ASSERT_EQ(ZAMXMLBinary::DecodeSeparateValue(text, u" / ", back.data(), 1, 5000), 1);
+  EXPECT_EQ(back, many);
+}
+
+TEST(SeparatedValues, Decode) {
+  constexpr std::int64_t Kept = 0x5A5A5A5A;  // what stands in the buffer before
+  struct Case {
+    const char16_t* text;
+    int width;
+    int count;
+    Values values;
+    ZAMTextView separator = u",";
+  };
+  const Case cases[] = {
+      {u",,1,,2,", 2, 3, {1, 2, Kept}},
+      {u"1; 2,;3 4", 2, 4, {1, 2, 3, 4}, u";, "},
+      {u"1121314", 1, 3, {2, 3, 4}, u"1"},
+      {u"12,3", 2, 2, {12, Kept}, u""},
+      {u"12,3", 2, 2, {12, Kept}, nullptr},
+      {u",,", 2, 1, {Kept}},
+      {u"7", 4, 3, {7, Kept, Kept}},
+      {u"1,2,3", 1, 2, {1, 2, Kept}},
+      {u"1", 1, 0, {Kept}},
+      {u"1", 1, -1, {Kept}},
+      {u"+1,-2,--3,+-4,- 5,-", 2, 6, {1, -2, 0, 0, 0, 0}},
+      {u" 1,\t\r\n\v\f-2,\u00A03,\u30004, ,5 6", 2, 6, {1, -2, 3, 4, 0, 5}},
+      {u"1.9,0x10,1e3,abc,\uFF11,007", 2, 6, {1, 0, 1, 0, 0, 7}},
+      {u"200,-56,255,-1,256,-129", 1, 6, {-56, -56, -1, -1, 0, 127}},
+      {u"32768,-32769,65537", 2, 3, {-32768, 32767, 1}},
+      {u"4294967295,2147483648,-4294967297", 4, 3, {-1, -2147483648, -1}},
+      // Beyond 64 bits the low bits are those of the nearest 64-bit number.
+      {u"9223372036854775807,9223372036854775808,-9223372036854775809", 4, 3, {-1, -1, 0}},
+      {u"18446744073709551621,99999999999999999999999", 4, 2, {-1, -1}},
+      {u"00000000000000000000000000000000000012", 4, 1, {12}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(_bstr_t(c.text).utf8());
+    Buffer buffer = Stored(c.width, Values(c.values.size(), Kept));
+    EXPECT_EQ(
+        ZAMXMLBinary::DecodeSeparateValue(c.text, c.separator, buffer.data(), c.width, c.count), 1);
+    EXPECT_EQ(buffer, Stored(c.width, c.values));
+  }
+  Buffer buffer(3, 0x5A);
+  EXPECT_EQ(ZAMXMLBinary::DecodeSeparateValue(u"1", u",", buffer.data(), 3, 1), 0);
+  EXPECT_EQ(ZAMXMLBinary::DecodeSeparateValue(u"1", u",", nullptr, 2, 1), 0);
+  EXPECT_EQ(buffer, Buffer(3, 0x5A));
+}
+
+TEST(Binary, WrittenLayout) {
+  const std::string header =
+      "<Encoding code=\"0\">CSV</Encoding><ByteOrder code=\"0\">Little Endian</ByteOrder>"
+      "<BytePerData>2</BytePerData><CountOfData>3</CountOfData>";
+  ZAMXMLBinary block;
+  ASSERT_NO_FATAL_FAILURE(Fill(block, 2, Stored(2, {1, -2, 300}, 0)));
+  BlockTree tree("<Keep/><Data>old</Data><Data>old</Data>");
+  ZAMLog log;
+  EXPECT_EQ(block.WriteToXML(tree.xml, tree.root, &log), 1);
+  EXPECT_EQ(test::Content(tree.xml), "<B><Keep/>" + header + Data("0", "6", "1,-2,300") + "</B>");
+
+  block.m_BlockByteLength = 5;  // ends within a datum: used up to there
+  EXPECT_EQ(block.WriteToXML(tree.xml, tree.root, &log), 1);
+  const std::string inTwo =
+      "<B><Keep/>" + header + Data("0", "4", "1,-2") + Data("4", "2", "300") + "</B>";
+  EXPECT_EQ(test::Content(tree.xml), inTwo);
+
+  block.Clear();  // writes its header alone
+  EXPECT_EQ(block.WriteToXML(tree.xml, tree.root, &log), 1);
+  EXPECT_EQ(test::Content(tree.xml), inTwo);
+  EXPECT_EQ(log.GetLogCount(), 0);
+
+  ASSERT_NO_FATAL_FAILURE(Fill(block, 1, Buffer(10001, 0)));
+  block.m_BlockByteLength = 10000;
+  block.m_Encoding = 2;
+  block.m_ByteOrder = 7;
+  block.m_CountOfData = 1;
+  BlockTree hex;
+  EXPECT_EQ(block.WriteToXML(hex.xml, hex.root, &log), 1);
+  EXPECT_EQ(log.GetLogCount(), 2) << "the data are not stored, and the count is another";
+  EXPECT_EQ(test::Content(hex.xml),
+            "<B><Encoding code=\"2\">HEX</Encoding><ByteOrder code=\"1\">Big Endian</ByteOrder>"
+            "<BytePerData>1</BytePerData><CountOfData>1</CountOfData>"
+            "<Data start=\"0\" length=\"10000\"/><Data start=\"10000\" length=\"1\"/></B>");
+}
+
+TEST(Binary, WhatCannotBeStoredWholeIsRefused) {
+  struct Case {
+    const char* reason;
+    void (*spoil)(ZAMXMLBinary&);
+  };
+  const Case cases[] = {
+      {"Unknown encoding", [](auto& block) { block.m_Encoding = 3; }},
+      {"Unknown encoding", [](auto& block) { block.m_Encoding = -1; }},
+      {"No conversion for data of this width", [](auto& block) { block.m_BytePerData = 0; }},
+      {"No conversion for data of this width", [](auto& block) { block.m_BytePerData = 3; }},
+      {"No conversion for data of this width", [](auto& block) { block.m_BytePerData = -2; }},
+      {"The block length does not hold one datum",
+       [](auto& block) { block.m_BlockByteLength = 1; }},
+      {"The block length does not hold one datum",
+       [](auto& block) { block.m_Encoding = 1, block.m_BlockByteLength = -10000; }},
+      {"The buffer ends within a datum", [](auto& block) { block.AllocBinary(5); }},
+      {"No buffer of the length of the data", [](auto& block) { block.m_pBinary.reset(); }},
+      {"No buffer of the length of the data", [](auto& block) { block.m_BinaryLength = 1U << 31; }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.reason);
+    ZAMXMLBinary block;
+    ASSERT_NO_FATAL_FAILURE(Fill(block, 2, Stored(2, {1, 2})));
+    c.spoil(block);
+    BlockTree tree(Data("0", "2", "5"));
+    ZAMLog log;
+    EXPECT_EQ(block.WriteToXML(tree.xml, tree.root, &log), 0);
+    ASSERT_EQ(log.GetLogCount(), 1);
+    EXPECT_EQ(log.GetLog(0).m_Text, c.reason);
+    EXPECT_EQ(test::Content(tree.xml), "<B>" + Data("0", "2", "5") + "</B>");
+  }
+  IXMLDOMNodePtr none;
+  BlockTree tree;
+  EXPECT_EQ(ZAMXMLBinary().WriteToXML(tree.xml, none, nullptr), 0);
+}
+
+TEST(Binary, Read) {
+  struct Case {
+    const char* name;
+    std::string content;
+    int result;
+    int entries;  ///< in the log
+    Buffer bytes;
+  };
+  const std::string bytes4 = Header("0", "0", "1", "4");
+  const std::string huge = "99999999999999999999";
+  const Case cases[] = {
+      {"any order, the later counts",
+       bytes4 + Data("2", "2", "3,4") + Data("0", "2", "1,2") + Data("1", "2", "8,9"),
+       1,
+       0,
+       {1, 8, 9, 4}},
+      {"gaps stay 0", bytes4 + Data("3", "1", "4"), 1, 1, {0, 0, 0, 4}},
+      {"no data", bytes4, 1, 1, {0, 0, 0, 0}},
+      {"out of range",
+       bytes4 + Data("-1", "1", "7") + Data("0", "-1", "7") + Data("3", "2", "7") +
+           Data("5", "0", "7") + Data("4294967296", "1", "7") + Data(huge, huge, "7") +
+           Data("2147483647", "2147483647", "7") + Data("2", "2", "5,6"),
+       1,
+       1,
+       {0, 0, 5, 6}},
+      {"too few and too many values",
+       bytes4 + Data("0", "2", "1") + Data("2", "1", "3,4,5"),
+       1,
+       1,
+       {1, 0, 3, 0}},
+      {"numbers with white space",
+       Header(" 0", "\t0", " 1 ", "+4x") + Data(" 0", "4 ", "1, 2,3 ,4"),
+       1,
+       0,
+       {1, 2, 3, 4}},
+      {"little endian",
+       Header("0", "0", "2", "2") + Data("0", "4", "258,-2"),
+       1,
+       0,
+       {2, 1, 0xFE, 0xFF}},
+      {"big endian", Header("0", "1", "4", "1") + Data("0", "4", "16909060"), 1, 0, {1, 2, 3, 4}},
+      {"an unknown order is little",
+       Header("0", "2", "2", "1") + Data("0", "2", "258"),
+       1,
+       0,
+       {2, 1}},
+      {"only what is stored is inverted",
+       Header("0", "1", "2", "2") + Data("0", "4", "258,515") + Data("0", "4", "772"),
+       1,
+       0,
+       {3, 4, 2, 3}},
+      {"a stretch that ends within a datum",
+       Header("0", "0", "2", "2") + Data("1", "3", "258"),
+       1,
+       1,
+       {0, 2, 1, 0}},
+      {"Base64", Header("1", "0", "2", "2") + Data("0", "4", "1,2"), 1, 1, {0, 0, 0, 0}},
+      {"unknown encoding", Header("-7", "0", "1", "2") + Data("0", "2", "1,2"), 1, 1, {0, 0}},
+      {"width 3", Header("0", "0", "3", "1") + Data("0", "3", "1"), 1, 1, {0, 0, 0}},
+      {"nothing there", "", 1, 0, {}},
+      {"no count", Header("0", "0", "-2", "0") + Data("0", "2", "1"), 1, 0, {}},
+      {"negative count", Header("0", "0", "2", "-1") + Data("0", "2", "1"), 0, 1, {}},
+      {"both negative", Header("0", "0", "-2", "-2") + Data("0", "2", "1"), 0, 1, {}},
+      {"a product that would wrap to 4", Header("0", "0", "4", "1073741825"), 0, 1, {}},
+      {"beyond 31 bits", Header("0", "0", "2", "1073741824"), 0, 1, {}},
+      {"a count that would wrap to 2", Header("0", "0", "2", "4294967298"), 0, 1, {}},
+      {"beyond 64 bits", Header("0", "0", huge, huge), 0, 1, {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    BlockTree tree(c.content);
+    ZAMXMLBinary block;
+    ASSERT_EQ(block.AllocBinary(100), 1);
+    ZAMLog log;
+    EXPECT_EQ(block.ReadFromXML(tree.xml, tree.root, &log), c.result);
+    EXPECT_EQ(log.GetLogCount(), c.entries);
+    EXPECT_EQ(Content(block), c.bytes);
+    EXPECT_EQ(block.IsValid(), c.bytes.empty() ? 0 : 1);
+    EXPECT_EQ(block.GetBinary() != nullptr, !c.bytes.empty());
+    EXPECT_EQ(block.ReadFromXML(tree.xml, tree.root, nullptr), c.result);
+  }
+}
+
+TEST(Binary, RandomBlocksComeBack) {
+  const std::uint32_t seed = 20090305;
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  const auto below = [&](unsigned int limit) { return static_cast<int>(random() % limit); };
+  for (int round = 0; round < 300; ++round) {
+    const int width = 1 << below(3);
+    const int count = 1 + below(200);
+    Buffer bytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(count));
+    std::generate(bytes.begin(), bytes.end(), [&] {
+      const int kind = below(4);
+      return static_cast<unsigned char>(kind == 0 ? 0 : kind == 1 ? 0x80 : random());
+    });
+    ZAMXMLBinary block;
+    ASSERT_NO_FATAL_FAILURE(Fill(block, width, bytes));
+    block.m_ByteOrder = below(2);
+    block.m_BlockByteLength = width + below(60);
+    SCOPED_TRACE("round " + std::to_string(round) + ", width " + std::to_string(width) +
+                 ", order " + std::to_string(block.m_ByteOrder) + ", block length " +
+                 std::to_string(block.m_BlockByteLength));
+    BlockTree tree;
+    ZAMLog log;
+    ASSERT_EQ(block.WriteToXML(tree.xml, tree.root, &log), 1);
+    ASSERT_EQ(Content(block), bytes) << "writing changed the buffer";
+    ZAMXMLBinary back;
+    ASSERT_EQ(back.ReadFromXML(tree.xml, tree.root, &log), 1);
+    ASSERT_EQ(Content(back), bytes);
+    ASSERT_EQ(back.m_ByteOrder, block.m_ByteOrder);
+    ASSERT_EQ(log.GetLogCount(), 0);
+  }
+}
+
+TEST(Binary, AllocateClearAndLimits) {
+  ZAMXMLBinary block;
+  EXPECT_EQ(block.IsValid(), 0);
+  block.SetBlockByteLength(4, 0xFFFFFFFFU);
+  EXPECT_EQ(block.m_BytePerData, 4);
+  EXPECT_EQ(block.m_BlockByteLength, std::numeric_limits<std::int32_t>::max());
+  ASSERT_EQ(block.AllocBinary(7), 1);
+  EXPECT_EQ(Content(block), Buffer(7, 0));
+  block.m_CountOfData = 5;
+  block.m_Encoding = block.m_ByteOrder = 1;
+  block.Clear();
+  EXPECT_EQ(std::tie(block.m_Encoding, block.m_ByteOrder, block.m_BytePerData, block.m_CountOfData,
+                     block.m_BinaryLength),
+            std::make_tuple(0, 0, 4, 5, 0U));
+  EXPECT_EQ(block.GetBinary(), nullptr);
+  EXPECT_EQ(block.AllocBinary(0), 1);
+  EXPECT_EQ(block.IsValid(), 0);
+  for (const unsigned long refused : {0x80000000UL, 0x100000004UL, ~0UL}) {
+    ASSERT_EQ(block.AllocBinary(2), 1);
+    EXPECT_EQ(block.AllocBinary(refused), 0);
+    EXPECT_EQ(block.GetBinary(), nullptr);
+    EXPECT_EQ(block.m_BinaryLength, 0U);
+  }
+}
+
+TEST(Binary, CopiesHaveABufferOfTheirOwn) {
+  ZAMXMLBinary block;
+  ASSERT_NO_FATAL_FAILURE(Fill(block, 4, Stored(4, Values(5000, -3))));
+  block.GetBinary()[4095] = block.GetBinary()[19999] = 9;
+  block.m_ByteOrder = 1;
+  block.m_BlockByteLength = 40;
+  const Buffer bytes = Content(block);
+  ZAMXMLBinary copy(block);
+  ZAMXMLBinary assigned;
+  ASSERT_EQ(assigned.AllocBinary(3), 1);
+  assigned = block;
+  const ZAMXMLBinary& itself = assigned;
+  assigned = itself;
+  block.GetBinary()[0] = 77;
+  for (const ZAMXMLBinary* other : {&copy, &assigned}) {
+    EXPECT_EQ(Content(*other), bytes);
+    EXPECT_EQ(std::tie(other->m_Encoding, other->m_ByteOrder, other->m_BytePerData,
+                       other->m_CountOfData, other->m_BlockByteLength),
+              std::make_tuple(0, 1, 4, 5000, 40));
+  }
+  assigned = ZAMXMLBinary();
+  EXPECT_EQ(assigned.GetBinary(), nullptr);
+  EXPECT_EQ(assigned.m_BinaryLength, 0U);
+}
+
+/// Pages of this process that are in memory; 0 where the system does not tell.
+long ResidentPages() {
+  long size = 0;
+  long resident = 0;
+  std::ifstream("/proc/self/statm") >> size >> resident;
+  return resident;
+}
+
+TEST(Binary, AClaimedSizeCostsNoMemory) {
+  BlockTree tree(Header("0", "0", "1", "2147483647") + Data("2147483646", "1", "5"));
+  ZAMXMLBinary block;
+  const long before = ResidentPages();
+  if (block.ReadFromXML(tree.xml, tree.root, nullptr) == 0) {
+    EXPECT_EQ(block.IsValid(), 0) << "a system that cannot give the memory";
+    return;
+  }
+  const ZAMXMLBinary copy(block);
+  EXPECT_EQ(copy.GetBinary()[2147483646], 5);
+  EXPECT_EQ(copy.GetBinary()[1000000], 0);
+  EXPECT_LT(ResidentPages() - before, 5000);
+}
+
+TEST(Binary, TwoThreadsDecodeAtOnce) {
+  const auto decode = [](int first, bool& same) {
+    CString text;
+    Values values(20000);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      values[i] = first + static_cast<int>(i % 100);
+    }
+    const Buffer expected = Stored(2, values);
+    ZAMXMLBinary::EncodeSeparateValue(text, u",", expected.data(), 2, 20000, 0);
+    Buffer decoded(expected.size());
+    ZAMXMLBinary::DecodeSeparateValue(text, u",", decoded.data(), 2, 20000);
+    same = decoded == expected;
+  };
+  std::array<bool, 2> same{};
+  std::thread other(decode, 1000, std::ref(same[0]));
+  decode(-3000, same[1]);
+  other.join();
+  EXPECT_TRUE(same[0] && same[1]);
+}
+
+}  // namespace

@@ -1,0 +1,183 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/allocation.h"
+#include "support/tree.h"
+
+namespace {
+
+template <class Record>
+class RecordGuard : public testing::Test {};
+
+using Records =
+    testing::Types<ZAMXMLName, ZAMXMLDocumentInfo, ZAMXMLPatientInfo, ZAMXMLOrderInfo,
+                   ZAMXMLStatement, ZAMXMLDeviceInfo, ZAMXMLExtraQuestion, ZAMXMLStudyInfo,
+                   ZAMXMLChangeItem, ZAMXMLModification, ZAMXMLModificationGroup>;
+TYPED_TEST_SUITE(RecordGuard, Records);
+
+TYPED_TEST(RecordGuard, WithoutDocumentOrElementNothingHappens) {
+  ZAMXml closed;
+  ZAMXml xml;
+  test::Load(xml, "<R><Gone/></R>");
+  IXMLDOMNodePtr root = xml.GetNode(u"R");
+  IXMLDOMNodePtr none;
+  IXMLDOMNodePtr dead = xml.GetChildNode(root, u"Gone");
+  xml.RemoveChildNodeAll(root);
+
+  TypeParam record;
+  ZAMLog log;
+  EXPECT_EQ(record.ReadFromXML(closed, root, &log), 0);
+  EXPECT_EQ(record.WriteToXML(closed, root, &log), 0);
+  for (IXMLDOMNodePtr* element : {&none, &dead}) {
+    EXPECT_EQ(record.ReadFromXML(xml, *element, &log), 0);
+    EXPECT_EQ(record.WriteToXML(xml, *element, &log), 0);
+  }
+  EXPECT_EQ(log.GetLogCount() + xml.GetLogCount() + closed.GetLogCount(), 0);
+  EXPECT_EQ(test::Content(xml), "<R/>");
+}
+
+template <class Record>
+int Write(Record& record, ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
+  return record.WriteToXML(xml, element, log);
+}
+
+/// A document of nested elements, as deep as one can be.
+constexpr int DeepestLevel = 1000;
+
+IXMLDOMNodePtr LoadDeep(ZAMXml& xml) {
+  std::string opening;
+  std::string closing;
+  for (int level = 0; level < DeepestLevel; ++level) {
+    opening += "<a>";
+    closing += "</a>";
+  }
+  test::Load(xml, opening + closing);
+  IXMLDOMNodePtr element = xml.GetNode(u"a");
+  for (int level = 1; level < DeepestLevel; ++level) {
+    element = xml.GetFirstChildNode(element);
+  }
+  return element;
+}
+
+TEST(RecordCatchAll, AWriteThatCannotAddAnElementFailsAndSaysWhere) {
+  ZAMXml xml;
+  IXMLDOMNodePtr deepest = LoadDeep(xml);
+  const _bstr_t place = xml.GetNodePath(deepest);
+  ASSERT_EQ(place.length(), 2U * DeepestLevel - 1);
+
+  ZAMXMLName name;
+  ZAMXMLPatientInfo patient;
+  ZAMXMLStatement statements;
+  statements.AddStatement(u"s");
+  ZAMXMLExtraQuestion questions;
+  questions.AddQuestion(u"q", u"a");
+  ZAMXMLStudyInfo study;
+  ZAMXMLChangeItem item;
+  ZAMXMLModification modification;
+  ZAMXMLModificationGroup list;
+  list.m_ModificationList.Add(new ZAMXMLModification);
+  const auto writes = [&](auto&... records) {
+    return std::vector<std::function<int(ZAMLog*)>>{
+        [&](ZAMLog* log) { return records.WriteToXML(xml, deepest, log); }...};
+  };
+  for (const auto& write :
+       writes(name, patient, statements, questions, study, item, modification, list)) {
+    ZAMLog log;
+    EXPECT_EQ(write(&log), 0);
+    ASSERT_GE(log.GetLogCount(), 1);
+    const ZAMLogEntry& entry = log.GetLog(log.GetLogCount() - 1);
+    EXPECT_EQ(entry.m_Type, ZAM_LOG_TYPE_ERROR);
+    EXPECT_EQ(entry.m_Category, ZAM_LOG_CATEGORY_XML);
+    EXPECT_LT(entry.m_Code, 0);
+    EXPECT_EQ(entry.m_Detail, place);
+    EXPECT_EQ(write(nullptr), 0);
+  }
+}
+
+TEST(RecordCatchAll, AFailingNestedRecordReportsAndDoesNotFailItsOwner) {
+  ZAMXml xml;
+  IXMLDOMNodePtr element = LoadDeep(xml);
+  element = IXMLDOMNodePtr();
+  IXMLDOMNodePtr parent = xml.GetNode(u"a");
+  for (int level = 1; level < DeepestLevel - 1; ++level) {
+    parent = xml.GetFirstChildNode(parent);
+  }
+  ZAMXMLOrderInfo order;
+  order.m_Comment = u"written";
+  ZAMLog log;
+  EXPECT_EQ(order.WriteToXML(xml, parent, &log), 1);
+  EXPECT_GE(log.GetLogCount(), 1);
+  _bstr_t comment;
+  EXPECT_EQ(xml.GetChildNodeText(parent, u"Comment", comment), 1);
+  EXPECT_EQ(comment, u"written");
+}
+
+constexpr const char* Original =
+    "<R><Study><ID>1</ID><AuthorName><Full>A long name that needs memory</Full></AuthorName>"
+    "<DeviceInfo><Vendor>A maker of devices that measure</Vendor></DeviceInfo>"
+    "<ExtraQuestions><Extra><Question>How are you feeling today?</Question>"
+    "<Answer>As well as can be expected</Answer></Extra></ExtraQuestions></Study>"
+    "<List><Modification><UID>u</UID><Changes><Item><Node>Study/ID</Node>"
+    "<ValueType>STRING</ValueType><OldValue>1</OldValue><NewValue>2</NewValue></Item>"
+    "<Item><Node>Study/AuthorName</Node><ValueType>NAME</ValueType>"
+    "<OldValue>A^^^^^</OldValue><NewValue>B^^^^^</NewValue></Item></Changes></Modification>"
+    "<Modification><UID>v</UID><Changes/></Modification></List></R>";
+
+struct Outcome {
+  bool m_Failed = false;    ///< an allocation failed
+  bool m_Reported = false;  ///< by a result, an exception or a log entry
+  std::string m_Content;
+};
+
+/// Reads the records of the document, while the n-th allocation fails, and writes them into
+/// another.
+Outcome CopyRecords(int failingAllocation) {
+  ZAMXml source;
+  ZAMXml target;
+  test::Load(source, Original);
+  test::Load(target, "<R><Study/><List/></R>");
+  IXMLDOMNodePtr from[] = {source.GetNode(u"R/Study"), source.GetNode(u"R/List")};
+  IXMLDOMNodePtr to[] = {target.GetNode(u"R/Study"), target.GetNode(u"R/List")};
+  source.ClearLog();
+  target.ClearLog();
+  ZAMXMLStudyInfo study;
+  ZAMXMLModificationGroup list;
+  ZAMLog log;
+  Outcome outcome;
+  {
+    const test::FailingAllocation failing(failingAllocation);
+    const int results =
+        study.ReadFromXML(source, from[0], &log) + list.ReadFromXML(source, from[1], &log) +
+        study.WriteToXML(target, to[0], &log) + list.WriteToXML(target, to[1], &log);
+    outcome.m_Failed = failing.Happened();
+    outcome.m_Reported = results < 4 || log.GetLogCount() > 0;
+  }
+  outcome.m_Content = test::Content(target);
+  return outcome;
+}
+
+TEST(RecordMemory, AFailingAllocationIsReportedAndLosesNothingInSilence) {
+  const Outcome whole = CopyRecords(0);
+  EXPECT_FALSE(whole.m_Reported);
+  EXPECT_NE(whole.m_Content.find("B^^^^^"), std::string::npos);
+  int reported = 0;
+  bool failed = true;
+  for (int number = 1; failed; ++number) {
+    const long before = test::LiveAllocations();
+    {
+      const Outcome outcome = CopyRecords(number);
+      failed = outcome.m_Failed;
+      reported += outcome.m_Reported ? 1 : 0;
+      if (!outcome.m_Reported) {
+        EXPECT_EQ(outcome.m_Content, whole.m_Content) << "allocation " << number;
+      }
+    }
+    EXPECT_EQ(test::LiveAllocations(), before) << "allocation " << number;
+  }
+  EXPECT_GT(reported, 50);
+}
+
+}  // namespace

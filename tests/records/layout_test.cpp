@@ -1,0 +1,234 @@
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <regex>
+#include <string>
+
+#include "support/tree.h"
+
+namespace {
+
+/// Gives the texts the values "1", "2", ... in the order in which they stand in the document.
+void Number(std::initializer_list<_bstr_t*> texts) {
+  int number = 0;
+  for (_bstr_t* text : texts) {
+    *text = std::to_string(++number).c_str();
+  }
+}
+
+std::string WithoutNumbers(const std::string& content) {
+  static const std::regex value("([>\"])[0-9]+");
+  static const std::regex empty(R"(<(\w+)([^<>]*)></\1>)");
+  return std::regex_replace(std::regex_replace(content, value, "$1"), empty, "<$1$2/>");
+}
+
+/// Writes the record into an element that holds nothing but that.
+template <class Record>
+std::string Written(Record& record, const std::string& before = "") {
+  ZAMXml xml;
+  test::Load(xml, "<R>" + before + "<Other/></R>");
+  IXMLDOMNodePtr root = xml.GetNode(u"R");
+  EXPECT_EQ(record.WriteToXML(xml, root, nullptr), 1);
+  return test::Content(xml);
+}
+
+template <class Record>
+void ReadFrom(const std::string& content, Record& record) {
+  ZAMXml xml;
+  test::Load(xml, "<R>" + content + "</R>");
+  IXMLDOMNodePtr root = xml.GetNode(u"R");
+  ZAMLog log;
+  EXPECT_EQ(record.ReadFromXML(xml, root, &log), 1);
+  EXPECT_EQ(log.GetLogCount(), 0);
+}
+
+/// The record, whose texts are numbered, is stored as that content behind what stood there before;
+/// empty and missing values are stored and read as empty ones.
+template <class Record>
+void ExpectLayout(Record& record, const std::string& content) {
+  const std::string empty = WithoutNumbers(content);
+  EXPECT_EQ(Written(record), "<R><Other/>" + content + "</R>");
+  EXPECT_EQ(Written(record, empty), "<R>" + content + "<Other/></R>") << "not updated in place";
+
+  Record read;
+  ReadFrom(content + empty, read);
+  EXPECT_EQ(Written(read), "<R><Other/>" + content + "</R>");
+
+  record.Clear();
+  EXPECT_EQ(Written(record), "<R><Other/>" + empty + "</R>");
+  Record fresh;
+  EXPECT_EQ(Written(fresh), "<R><Other/>" + empty + "</R>");
+}
+
+template <class Record>
+void ExpectCopies(const Record& record) {
+  Record copy(record);
+  const std::string content = Written(copy);
+  Record assigned;
+  assigned = copy;
+  copy.Clear();
+  EXPECT_NE(Written(copy), content);
+  const Record& itself = assigned;
+  assigned = itself;
+  EXPECT_EQ(Written(assigned), content);
+}
+
+TEST(RecordLayout, DocumentInfo) {
+  ZAMXMLDocumentInfo info;
+  EXPECT_FALSE(!info.m_MatchingUID);
+  Number({&info.m_ID, &info.m_Type, &info.m_Version, &info.m_Author, &info.m_Application,
+          &info.m_InstitutionName, &info.m_MatchingUID});
+  ExpectCopies(info);
+  ExpectLayout(info,
+               "<ID>1</ID><Type>2</Type><Version>3</Version><Author>4</Author>"
+               "<Application>5</Application><InstitutionName>6</InstitutionName>"
+               "<MatchingUID>7</MatchingUID>");
+}
+
+TEST(RecordLayout, Patient) {
+  ZAMXMLPatientInfo patient;
+  ZAMXMLName& name = patient.m_Name;
+  EXPECT_TRUE(!patient.m_ID);
+  Number({&patient.m_ID, &name.m_Full, &name.m_Family, &name.m_Given, &name.m_Middle,
+          &name.m_Prefix, &name.m_Suffix, &patient.m_BirthDate, &patient.m_GenderCode,
+          &patient.m_Gender, &patient.m_AgeUnit, &patient.m_Age, &patient.m_Race,
+          &patient.m_HeightUnit, &patient.m_Height, &patient.m_WeightUnit, &patient.m_Weight,
+          &patient.m_BackupID});
+  ExpectCopies(patient);
+  ExpectLayout(patient,
+               "<ID>1</ID><Name><Full>2</Full><Family>3</Family><Given>4</Given>"
+               "<Middle>5</Middle><Prefix>6</Prefix><Suffix>7</Suffix></Name>"
+               "<BirthDate>8</BirthDate><Gender code=\"9\">10</Gender><Age Unit=\"11\">12</Age>"
+               "<Race>13</Race><Height Unit=\"14\">15</Height><Weight Unit=\"16\">17</Weight>"
+               "<BackupID>18</BackupID>");
+  EXPECT_FALSE(!patient.m_WeightUnit);
+}
+
+TEST(RecordLayout, Order) {
+  ZAMXMLOrderInfo order;
+  ZAMXMLName& name = order.m_AuthorName;
+  Number({&order.m_ID, &order.m_Date, &order.m_Time, &order.m_Department, &order.m_RoomNumber,
+          &name.m_Full, &name.m_Family, &name.m_Given, &name.m_Middle, &name.m_Prefix,
+          &name.m_Suffix, &order.m_Comment});
+  ExpectCopies(order);
+  ExpectLayout(order,
+               "<ID>1</ID><Date>2</Date><Time>3</Time><Department>4</Department>"
+               "<RoomNumber>5</RoomNumber><AuthorName><Full>6</Full><Family>7</Family>"
+               "<Given>8</Given><Middle>9</Middle><Prefix>10</Prefix><Suffix>11</Suffix>"
+               "</AuthorName><Comment>12</Comment>");
+}
+
+TEST(RecordLayout, Study) {
+  ZAMXMLStudyInfo study;
+  ZAMXMLName& name = study.m_AuthorName;
+  ZAMXMLDeviceInfo& device = study.m_DeviceInfo;
+  Number({&study.m_ID, &study.m_Date, &study.m_Time, &study.m_Department, &study.m_RoomNumber,
+          &name.m_Full, &name.m_Family, &name.m_Given, &name.m_Middle, &name.m_Prefix,
+          &name.m_Suffix, &device.m_Vendor, &device.m_Model, &device.m_Modality, &device.m_Code,
+          &device.m_SerialNo, &study.m_Status, &study.m_Comment});
+  ExpectCopies(device);
+  ExpectLayout(study,
+               "<ID>1</ID><Date>2</Date><Time>3</Time><Department>4</Department>"
+               "<RoomNumber>5</RoomNumber><AuthorName><Full>6</Full><Family>7</Family>"
+               "<Given>8</Given><Middle>9</Middle><Prefix>10</Prefix><Suffix>11</Suffix>"
+               "</AuthorName><DeviceInfo><Vendor>12</Vendor><Model>13</Model>"
+               "<Modality>14</Modality><Code>15</Code><SerialNo>16</SerialNo></DeviceInfo>"
+               "<ExtraQuestions/><Status>17</Status><Comment>18</Comment>");
+}
+
+TEST(RecordLayout, StudyReadTwiceHoldsItsQuestionsTwiceAndKeepsWhatIsMissing) {
+  ZAMXMLStudyInfo study;
+  study.m_ID = u"stale";
+  study.m_DeviceInfo.m_Model = u"kept";
+  const std::string content = "<Comment>c</Comment><ExtraQuestions><Extra/></ExtraQuestions>";
+  ReadFrom(content, study);
+  ReadFrom(content, study);
+  EXPECT_EQ(study.m_ExtraQuestions.GetCount(), 2);
+  EXPECT_EQ(study.m_Comment, u"c");
+  EXPECT_EQ(study.m_ID, u"");
+  EXPECT_EQ(study.m_DeviceInfo.m_Model, u"kept");
+}
+
+struct SexCase {
+  const char* m_Gender;
+  const char16_t* m_Expected;
+};
+
+constexpr SexCase SexCases[] = {
+    {"<Gender code=\"M\">Female</Gender>", u"M"},
+    {"<Gender code=\"X\">Female</Gender>", u"X"},
+    {"<Gender code=\" \">Male</Gender>", u" "},
+    {"<Gender code=\"\">Female</Gender>", u"F"},
+    {"<Gender>Male</Gender>", u"M"},
+    {"<Gender>male</Gender>", u"U"},
+    {"<Gender> Male</Gender>", u"U"},
+    {"<Gender>Other</Gender>", u"U"},
+    {"<Gender/>", u"U"},
+    {"", u"U"},
+    {"<Gender code=\"MM\">Female</Gender>", u"F"},
+    {"<Gender code=\"MM\"/>", u"U"},
+};
+
+TEST(Patient, ReadingSettlesTheSexCode) {
+  for (const SexCase& row : SexCases) {
+    ZAMXMLPatientInfo patient;
+    ReadFrom(row.m_Gender, patient);
+    EXPECT_EQ(patient.m_GenderCode, _bstr_t(row.m_Expected)) << row.m_Gender;
+  }
+  ZAMXMLPatientInfo patient;
+  patient.m_GenderCode = u"MM";
+  EXPECT_NE(Written(patient).find("<Gender code=\"MM\"/>"), std::string::npos);
+}
+
+TEST(Statement, WritesWhatHasACharacterAndReadsItBackInOrder) {
+  ZAMXMLStatement list;
+  for (const char16_t* text : {u"a^b", u"", u" ", static_cast<const char16_t*>(nullptr), u"c"}) {
+    list.AddStatement(text);
+  }
+  const std::string content =
+      "<Statement>a^b</Statement><Statement> </Statement>"
+      "<Statement>c</Statement>";
+  EXPECT_EQ(Written(list, "<Statement>stale</Statement>"), "<R><Other/>" + content + "</R>");
+  _bstr_t text = u"unchanged";
+  EXPECT_EQ(list.GetStatement(-1, text), 0);
+  EXPECT_EQ(list.GetStatement(5, text), 0);
+  EXPECT_EQ(text, u"unchanged");
+  EXPECT_EQ(list.GetStatement(3, text), 1);
+  EXPECT_TRUE(!text);
+
+  ZAMXMLStatement read;
+  ReadFrom(content + "<Statement/><Other><Statement>no</Statement></Other>", read);
+  EXPECT_EQ(Written(read), "<R><Other/>" + content + "</R>");
+  ReadFrom(content, read);
+  EXPECT_EQ(read.GetCount(), 6);
+  read.Clear();
+  EXPECT_EQ(Written(read, content), "<R><Other/></R>");
+}
+
+TEST(ExtraQuestion, WritesEveryPairAndReadsItBackInOrder) {
+  ZAMXMLExtraQuestion list;
+  list.AddQuestion(u"q1", u"a1");
+  list.AddQuestion(u"", nullptr);
+  list.AddQuestion(u"q3", u"");
+  const std::string content =
+      "<Extra><Question>q1</Question><Answer>a1</Answer></Extra>"
+      "<Extra><Question/><Answer/></Extra><Extra><Question>q3</Question><Answer/></Extra>";
+  EXPECT_EQ(Written(list, "<Extra>stale</Extra>"), "<R><Other/>" + content + "</R>");
+  _bstr_t question = u"unchanged";
+  _bstr_t answer = u"unchanged";
+  EXPECT_EQ(list.GetQuestion(-1, question, answer), 0);
+  EXPECT_EQ(list.GetQuestion(3, question, answer), 0);
+  EXPECT_EQ(question + answer, u"unchangedunchanged");
+  EXPECT_EQ(list.GetQuestion(1, question, answer), 1);
+  EXPECT_TRUE(!answer);
+
+  ZAMXMLExtraQuestion read;
+  ReadFrom(content, read);
+  EXPECT_EQ(Written(read), "<R><Other/>" + content + "</R>");
+  ReadFrom("<Extra/>", read);
+  EXPECT_EQ(read.GetCount(), 4);
+  read.Clear();
+  EXPECT_EQ(Written(read, content), "<R><Other/></R>");
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+#include "support/tree.h"
+
+#include <stdlib.h>
+
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <regex>
+#include <stdexcept>
+
+void PrintTo(const _bstr_t& text, std::ostream* stream) {
+  if (!text) {
+    *stream << "null";
+  } else {
+    *stream << '"' << text.utf8() << '"';
+  }
+}
+
+namespace test {
+namespace {
+
+[[noreturn]] void Fail(const std::string& what, const ZAMLog& log) {
+  const int count = log.GetLogCount();
+  throw std::runtime_error(what + (count > 0 ? ": " + log.GetLog(count - 1).m_Text.utf8() : ""));
+}
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() {
+  std::string name = (std::filesystem::temp_directory_path() / "zamxml-test-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    throw std::runtime_error("No temporary folder");
+  }
+  m_Path = name;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(m_Path, ignored);
+}
+
+std::string ReadBytes(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    throw std::runtime_error("Cannot read " + path.string());
+  }
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void WriteBytes(const std::filesystem::path& path, std::string_view bytes) {
+  std::ofstream file(path, std::ios::binary);
+  if (!file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) {
+    throw std::runtime_error("Cannot write " + path.string());
+  }
+}
+
+void Load(ZAMXml& xml, std::string_view bytes) {
+  const TemporaryFolder folder;
+  WriteBytes(folder.Path("document.xml"), bytes);
+  if (xml.Open(folder.Path("document.xml").c_str(), nullptr) == 0) {
+    Fail("Cannot open the document", xml);
+  }
+}
+
+std::string Saved(ZAMXml& xml) {
+  const TemporaryFolder folder;
+  if (xml.SaveAs(folder.Path("document.xml").c_str(), nullptr) == 0) {
+    Fail("Cannot save the document", xml);
+  }
+  return ReadBytes(folder.Path("document.xml"));
+}
+
+std::string Content(ZAMXml& xml) {
+  static const std::regex declaration(R"(^<\?xml[^>]*\?>\s*)");
+  static const std::regex empty(R"(<(\w+)([^<>/]*)></\1>)");
+  std::string content = std::regex_replace(Saved(xml), declaration, "");
+  content = std::regex_replace(content, empty, "<$1$2/>");
+  while (!content.empty() && content.back() == '\n') {
+    content.pop_back();
+  }
+  return content;
+}
+
+}  // namespace test

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <ZAMXMLData.h>
+
+#include <filesystem>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+/// Texts in failure messages: UTF-8 in quotes, or null.
+void PrintTo(const _bstr_t& text, std::ostream* stream);
+
+namespace test {
+
+/// A folder of its own, removed at the end with all that it holds.
+class TemporaryFolder {
+public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+
+  std::filesystem::path Path(std::string_view name) const { return m_Path / name; }
+
+private:
+  std::filesystem::path m_Path;
+};
+
+/// All bytes of a file; throws when it cannot be read.
+std::string ReadBytes(const std::filesystem::path& path);
+void WriteBytes(const std::filesystem::path& path, std::string_view bytes);
+
+/// Makes the tree hold the document of those bytes; throws with the reason when it cannot.
+void Load(ZAMXml& xml, std::string_view bytes);
+
+/// The bytes as which the tree is saved; throws with the reason when it cannot be.
+std::string Saved(ZAMXml& xml);
+
+/// The same from the root element on, with every element without content as an empty-element tag.
+std::string Content(ZAMXml& xml);
+
+}  // namespace test
