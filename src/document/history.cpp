@@ -5,6 +5,20 @@
 #include "platform/codes.h"
 #include "zamxml/document.h"
 
+namespace {
+
+/// Whether a list that was read again has all that the list before it had: the reading leaves out
+/// entries for which there is no memory.
+bool IsWhole(const ZAMXMLModificationGroup& read, const ZAMXMLModificationGroup& before) {
+  const auto sameCount = [](const ZAMXMLModification* left, const ZAMXMLModification* right) {
+    return left->GetCount() == right->GetCount();
+  };
+  return std::equal(read.m_ModificationList.begin(), read.m_ModificationList.end(),
+                    before.m_ModificationList.begin(), before.m_ModificationList.end(), sameCount);
+}
+
+}  // namespace
+
 int ZAMXMLFile::GetHistoryCount() const { return m_Modifications.GetCount(); }
 
 int ZAMXMLFile::_SetHistory(ZAMXml& xml, int position) {
@@ -54,7 +68,7 @@ void ZAMXMLFile::MoveTree(int position) {
   }
 }
 
-/// The list in memory is the whole history; a reading that fails half-way must not shorten it.
+/// The list in memory is the whole history; a reading that fails must not shorten it.
 int ZAMXMLFile::RereadRecords(int position) {
   ZAMXMLModificationGroup kept;
   std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
@@ -64,7 +78,7 @@ int ZAMXMLFile::RereadRecords(int position) {
     m_nHistory = position;
   };
   try {
-    if (_ReadFromXML(m_Xml, 0, nullptr) == 0) {
+    if (_ReadFromXML(m_Xml, 0, nullptr) == 0 || !IsWhole(m_Modifications, kept)) {
       putBack();
       return 0;
     }

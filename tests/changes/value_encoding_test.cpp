@@ -10,72 +10,61 @@ namespace {
 
 const std::string Long(10000, 'x');
 
-_bstr_t Utf8(const std::string& text) { return _bstr_t::FromUtf8(text); }
-
 using NameParts = std::array<std::string, 6>;
+constexpr std::array<_bstr_t ZAMXMLName::*, 6> Parts = {
+    &ZAMXMLName::m_Full,   &ZAMXMLName::m_Family, &ZAMXMLName::m_Given,
+    &ZAMXMLName::m_Middle, &ZAMXMLName::m_Prefix, &ZAMXMLName::m_Suffix};
 
-ZAMXMLName MakeName(const NameParts& parts) {
+NameParts Unfolded(const _bstr_t& folded) {
   ZAMXMLName name;
-  name.m_Full = Utf8(parts[0]);
-  name.m_Family = Utf8(parts[1]);
-  name.m_Given = Utf8(parts[2]);
-  name.m_Middle = Utf8(parts[3]);
-  name.m_Prefix = Utf8(parts[4]);
-  name.m_Suffix = Utf8(parts[5]);
-  return name;
+  NameParts parts;
+  for (const auto part : Parts) {
+    name.*part = u"stale";
+  }
+  ZAMXMLChangeItem::DecodeXMLName(folded, name);
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    parts[i] = (name.*Parts[i]).utf8();
+    EXPECT_FALSE(!(name.*Parts[i]));
+  }
+  return parts;
 }
-
-NameParts PartsOf(const ZAMXMLName& name) {
-  return {name.m_Full.utf8(),   name.m_Family.utf8(), name.m_Given.utf8(),
-          name.m_Middle.utf8(), name.m_Prefix.utf8(), name.m_Suffix.utf8()};
-}
-
-struct NameCase {
-  NameParts m_Parts;
-  std::string m_Folded;
-  NameParts m_Unfolded;
-};
 
 TEST(ValueEncoding, NameFoldsAndUnfolds) {
-  const NameCase rows[] = {
+  const struct {
+    NameParts m_Parts;
+    std::string m_Folded;
+    NameParts m_Unfolded;
+  } rows[] = {
       {{"A B", "A", "B"}, "A B^A^B^^^", {"A B", "A", "B"}},
       {{}, "^^^^^", {}},
-      {{"", "", "", "", "", "F"}, "^^^^^F", {"", "", "", "", "", "F"}},
+      {{"A", "B", "C", "D", "E", "F"}, "A^B^C^D^E^F", {"A", "B", "C", "D", "E", "F"}},
       {{"\xE5\xB1\xB1", " ", "\n"}, "\xE5\xB1\xB1^ ^\n^^^", {"\xE5\xB1\xB1", " ", "\n"}},
       // A part that holds the separator moves those behind it; the last ones fall off.
       {{"A^B", "C", "D", "E", "F", "G"}, "A^B^C^D^E^F^G", {"A", "B", "C", "D", "E", "F"}},
-      {{Long, Long, "", "", "", Long},
-       Long + "^" + Long + "^^^^" + Long,
-       {Long, Long, "", "", "", Long}},
+      {{Long, Long}, Long + "^" + Long + "^^^^", {Long, Long}},
   };
-  for (const NameCase& row : rows) {
+  for (const auto& row : rows) {
+    ZAMXMLName name;
+    for (std::size_t i = 0; i < Parts.size(); ++i) {
+      name.*Parts[i] = row.m_Parts[i].empty() ? _bstr_t() : _bstr_t::FromUtf8(row.m_Parts[i]);
+    }
     _bstr_t folded;
-    ZAMXMLChangeItem::EncodeXMLName(MakeName(row.m_Parts), folded);
+    ZAMXMLChangeItem::EncodeXMLName(name, folded);
     EXPECT_EQ(folded.utf8(), row.m_Folded);
-    ZAMXMLName name = MakeName({"stale", "stale", "stale", "stale", "stale", "stale"});
-    ZAMXMLChangeItem::DecodeXMLName(folded, name);
-    EXPECT_EQ(PartsOf(name), row.m_Unfolded);
+    EXPECT_EQ(Unfolded(folded), row.m_Unfolded);
   }
 }
 
 TEST(ValueEncoding, NameUnfoldsFromAnyText) {
-  const struct {
-    _bstr_t m_Folded;
-    NameParts m_Unfolded;
-  } rows[] = {
-      {u"A^B", {"A", "B"}}, {u"^B", {"", "B"}}, {u"A", {"A"}},    {u"", {}},
-      {nullptr, {}},        {u"^", {}},         {u"^^^^^^^", {}},
-  };
-  for (const auto& row : rows) {
-    ZAMXMLName name = MakeName({"stale", "stale", "stale", "stale", "stale", "stale"});
-    ZAMXMLChangeItem::DecodeXMLName(row.m_Folded, name);
-    EXPECT_EQ(PartsOf(name), row.m_Unfolded) << row.m_Folded.utf8();
-    EXPECT_FALSE(!name.m_Suffix);
+  EXPECT_EQ(Unfolded(u"A^B"), (NameParts{"A", "B"}));
+  EXPECT_EQ(Unfolded(u"^B"), (NameParts{"", "B"}));
+  for (const char16_t* text : {u"", static_cast<const char16_t*>(nullptr), u"^", u"^^^^^^^"}) {
+    EXPECT_EQ(Unfolded(text), NameParts{});
   }
   ZAMXMLName name;
   name.m_Full = u"A^B";
   ZAMXMLChangeItem::DecodeXMLName(name.m_Full, name);
-  EXPECT_EQ(PartsOf(name), (NameParts{"A", "B"})) << "the text is one of the name's own";
+  EXPECT_EQ(name.m_Full + u"/" + name.m_Family, u"A/B") << "the text is one of the name's own";
 }
 
 TEST(ValueEncoding, StatementFoldsAndUnfolds) {
@@ -95,7 +84,7 @@ TEST(ValueEncoding, StatementFoldsAndUnfolds) {
   for (const auto& row : rows) {
     ZAMXMLStatement list;
     for (const std::string& entry : row.m_Entries) {
-      list.AddStatement(entry.empty() ? _bstr_t() : Utf8(entry));
+      list.AddStatement(entry.empty() ? _bstr_t() : _bstr_t::FromUtf8(entry));
     }
     _bstr_t folded;
     ZAMXMLChangeItem::EncodeXMLStatement(list, folded);
@@ -104,9 +93,7 @@ TEST(ValueEncoding, StatementFoldsAndUnfolds) {
 
     ZAMXMLChangeItem::DecodeXMLStatement(folded, list);
     std::vector<std::string> entries;
-    for (int index = 0; index < list.GetCount(); ++index) {
-      _bstr_t entry;
-      list.GetStatement(index, entry);
+    for (_bstr_t entry; list.GetStatement(static_cast<int>(entries.size()), entry) != 0;) {
       entries.push_back(entry.utf8());
     }
     EXPECT_EQ(entries, row.m_Unfolded);

@@ -8,10 +8,12 @@
 namespace {
 
 thread_local int allocationsToFailure = 0;
+thread_local int failuresLeft = 0;
 std::atomic<long> liveAllocations = 0;
 
 void* Allocate(std::size_t size) noexcept {
-  if (allocationsToFailure > 0 && --allocationsToFailure == 0) {
+  if (failuresLeft > 0 && (allocationsToFailure == 0 || --allocationsToFailure == 0)) {
+    --failuresLeft;
     return nullptr;
   }
   void* memory = std::malloc(size > 0 ? size : 1);
@@ -49,8 +51,13 @@ void operator delete[](void* memory, std::size_t) noexcept { Release(memory); }
 
 namespace test {
 
-FailingAllocation::FailingAllocation(int number) { allocationsToFailure = number; }
-FailingAllocation::~FailingAllocation() { allocationsToFailure = 0; }
+FailingAllocation::FailingAllocation(int number, int count) {
+  allocationsToFailure = number;
+  failuresLeft = count;
+}
+
+FailingAllocation::~FailingAllocation() { failuresLeft = 0; }
+
 bool FailingAllocation::Happened() const { return allocationsToFailure == 0; }
 
 long LiveAllocations() { return liveAllocations; }

@@ -2,16 +2,16 @@
 
 namespace test {
 
-/// Lets one allocation of this thread fail: the n-th from now, counted from 1. The program's
-/// operator new is replaced for that. None fails any more after the object's end.
+/// Lets allocations of this thread fail: the n-th from now, counted from 1, and as many as wanted
+/// in all. The program's operator new is replaced for that. None fails after the object's end.
 class FailingAllocation {
 public:
-  explicit FailingAllocation(int number);
+  explicit FailingAllocation(int number, int count = 1);
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
   ~FailingAllocation();
 
-  /// Whether it has failed yet.
+  /// Whether any has failed yet.
   bool Happened() const;
 };
 

@@ -64,6 +64,7 @@ void Load(ZAMXml& xml, std::string_view bytes) {
 
 std::string Saved(ZAMXml& xml) {
   const TemporaryFolder folder;
+  xml.SetDurable(0);
   if (xml.SaveAs(folder.Path("document.xml").c_str(), nullptr) == 0) {
     Fail("Cannot save the document", xml);
   }

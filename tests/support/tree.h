@@ -33,7 +33,8 @@ void WriteBytes(const std::filesystem::path& path, std::string_view bytes);
 /// Makes the tree hold the document of those bytes; throws with the reason when it cannot.
 void Load(ZAMXml& xml, std::string_view bytes);
 
-/// The bytes as which the tree is saved; throws with the reason when it cannot be.
+/// The bytes as which the tree is saved, without waiting for the disk; throws with the reason when
+/// it cannot be.
 std::string Saved(ZAMXml& xml);
 
 /// The same from the root element on, with every element without content as an empty-element tag.

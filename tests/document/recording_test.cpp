@@ -1,0 +1,238 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+#include "support/allocation.h"
+#include "support/document.h"
+
+namespace {
+
+class DocumentRecording : public testing::Test {
+protected:
+  DocumentRecording() {
+    std::filesystem::create_directory(m_Folder.Path("tmp"));
+    setenv("TMPDIR", m_Folder.Path("tmp").c_str(), 1);
+  }
+  ~DocumentRecording() override { unsetenv("TMPDIR"); }
+
+  void Open(const std::string& bytes) {
+    test::WriteBytes(m_Path, bytes);
+    ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+  }
+
+  int Count() const { return m_Document.GetHistoryCount(); }
+
+  std::vector<std::string> TemporaryFiles() const {
+    std::vector<std::string> names;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(ZAMGF::GetSystemTempDir().utf8())) {
+      names.push_back(entry.path().filename().string());
+    }
+    return names;
+  }
+
+  test::TemporaryFolder m_Folder;
+  std::filesystem::path m_Path = m_Folder.Path("document.xml");
+  test::Document m_Document;
+};
+
+TEST_F(DocumentRecording, TheWholeRoad) {
+  Open(test::DocumentBytes(test::ThreeWeights()));
+  ASSERT_EQ(m_Document.SetHistoryToOriginal(), 1);
+  m_Document.TakeCalls();
+  ASSERT_EQ(m_Document.BeginModify(u"2.25.1", u"kim", u"김 민서"), 1);
+  EXPECT_EQ(m_Document.TakeCalls(), "") << "at the original nothing moves";
+  EXPECT_EQ(m_Document.m_strFilePath, m_Path.u16string());
+
+  ZAMXMLName name;
+  name.m_Full = u"김민서";
+  ZAMXMLStatement list;
+  list.AddStatement(u"a");
+  list.AddStatement(u"b");
+  EXPECT_EQ(m_Document.AddChangeItemName(u"c1", u"PatientInfo/Name", name), 0);
+  EXPECT_EQ(m_Document.AddChangeItem(u"c2", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING, u"70"),
+            1);
+  EXPECT_EQ(
+      m_Document.AddChangeItem(u"c3", u"PatientInfo/Weight", u"Unit", ZAMXML_VTYPE_NAME, u"lb"), 2);
+  EXPECT_EQ(m_Document.AddChangeItemStatement(u"c4", u"Foreign", list), 3);
+  EXPECT_EQ(m_Document.AddChangeItem(u"c5", u"New/Deep", u"", ZAMXML_VTYPE_STRING, u"x"), 4);
+  EXPECT_EQ(m_Document.AddChangeItem(u"c6", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING, u"71"),
+            5);
+  const std::vector<std::pair<_bstr_t, _bstr_t>> values{{u"", u"김민서^^^^^"}, {u"62", u"70"},
+                                                        {u"kg", u"lb"},        {u"", u"a^b"},
+                                                        {u"", u"x"},           {u"62", u"71"}};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const ZAMXMLChangeItem* item = m_Document.m_pModification->GetChange(static_cast<int>(i));
+    EXPECT_EQ(item->m_OldValue, values[i].first) << i;
+    EXPECT_EQ(item->m_NewValue, values[i].second) << i;
+    EXPECT_EQ(item->m_Code, _bstr_t(u"c") + std::to_string(i + 1).c_str());
+  }
+  ASSERT_EQ(m_Document.CommitModify(), 1);
+  EXPECT_EQ(m_Document.CommitModify(), 0) << "only once";
+  EXPECT_EQ(Count(), 4);
+  EXPECT_EQ(m_Document.m_nHistory, -1);
+  EXPECT_EQ(m_Document.Weight(), u"58") << "nothing is shown yet";
+  EXPECT_EQ(m_Document.m_CloneXml.IsOpened(), 0);
+
+  ASSERT_EQ(m_Document.SetHistoryToLast(), 1);
+  EXPECT_EQ(m_Document.Weight(), u"71");
+  EXPECT_EQ(m_Document.m_PatientInfo.m_WeightUnit, u"kg") << "a name item ignores its attribute";
+  EXPECT_EQ(m_Document.m_PatientInfo.m_Name.m_Full, u"김민서");
+  const ZAMXMLModification& committed = *m_Document.m_Modifications.GetModification(3);
+  EXPECT_EQ(committed.m_UserName, u"김 민서");
+  EXPECT_EQ(committed.m_Date.length(), 10U);
+  EXPECT_EQ(committed.m_Time.length(), 8U);
+
+  ASSERT_EQ(m_Document.Save(), 1);
+  test::Document reopened;
+  ASSERT_EQ(reopened.Open(m_Path.c_str(), nullptr), 1);
+  EXPECT_EQ(reopened.Weight(), u"71");
+  EXPECT_EQ(reopened.GetHistoryCount(), 4);
+  ASSERT_EQ(reopened.SetHistoryToOriginal(), 1);
+  EXPECT_EQ(reopened.Weight(), u"58");
+}
+
+TEST_F(DocumentRecording, WithoutAnEditNothingIsCreated) {
+  Open(test::DocumentBytes());
+  _bstr_t untouched = u"as it was";
+  EXPECT_EQ(m_Document.GetOldValue(u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, untouched), 0);
+  EXPECT_EQ(untouched, u"as it was");
+  EXPECT_EQ(m_Document.CreateChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING), nullptr);
+  EXPECT_EQ(m_Document.AddChangeItemName(u"", u"PatientInfo/Name", ZAMXMLName()), -1);
+  ASSERT_EQ(m_Document.GetLogCount(), 2);
+  for (int i = 0; i < 2; ++i) {
+    const ZAMLogEntry& entry = m_Document.GetLog(i);
+    EXPECT_EQ(entry.m_Type, 3);
+    EXPECT_EQ(entry.m_Code, -2);
+    EXPECT_EQ(entry.m_Text, ZAMGF::ZAMErrorString(-2));
+    EXPECT_EQ(entry.m_Detail, u"Can not find XML node");
+    EXPECT_EQ(entry.m_Flag, 1);
+  }
+  ZAMXMLChangeItem item;
+  item.m_ValueType = ZAMXML_VTYPE_STRING;
+  EXPECT_EQ(m_Document.AddChangeItem(&item), -1);
+  EXPECT_EQ(m_Document.CommitModify(), 0);
+}
+
+TEST_F(DocumentRecording, ItemsThatCannotBeStoredAreRefused) {
+  Open(test::DocumentBytes());
+  ASSERT_EQ(m_Document.BeginModify(u"1", u"u", u"U"), 1);
+  EXPECT_EQ(m_Document.AddChangeItem(nullptr), -1);
+  for (const int type : {-1, 3}) {
+    const std::unique_ptr<ZAMXMLChangeItem> item(m_Document.CreateChangeItem(
+        u"", u"PatientInfo/ID", u"", static_cast<ZAMXML_VTYPE>(type), u"x"));
+    ASSERT_NE(item, nullptr);
+    EXPECT_EQ(item->m_OldValue, u"P1");
+    EXPECT_EQ(m_Document.AddChangeItem(item.get()), -1) << type;
+  }
+  EXPECT_NE(test::Entries(m_Document).find("PatientInfo/ID"), std::string::npos);
+  EXPECT_EQ(m_Document.CommitModify(), 1);
+  EXPECT_EQ(Count(), 1) << "a modification without items is one like any other";
+  EXPECT_EQ(m_Document.SetHistoryToLast(), 1);
+  EXPECT_EQ(m_Document.m_PatientInfo.m_ID, u"P1");
+}
+
+TEST_F(DocumentRecording, AnEditEndsWithoutATrace) {
+  Open(test::DocumentBytes(test::ThreeWeights()));
+  m_Document.TakeCalls();
+  ASSERT_EQ(m_Document.BeginModify(u"1", u"first", u"U"), 1);
+  EXPECT_EQ(m_Document.m_ShownWeights, (std::vector<std::string>{"58", "62"}));
+  EXPECT_EQ(TemporaryFiles(), std::vector<std::string>{"Clone.xml"});
+  m_Document.AddChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, u"x");
+  ASSERT_EQ(m_Document.BeginModify(u"2", u"second", u"U"), 1);
+  EXPECT_EQ(m_Document.m_pModification->GetCount(), 0);
+  EXPECT_EQ(m_Document.m_pModification->m_UserID, u"second");
+  m_Document.CancelModify();
+  EXPECT_EQ(m_Document.m_pModification, nullptr);
+  EXPECT_TRUE(TemporaryFiles().empty());
+  EXPECT_EQ(m_Document.SaveAs(m_Folder.Path("other.xml").c_str(), nullptr), 1);
+  EXPECT_EQ(test::ReadBytes(m_Folder.Path("other.xml")), test::ReadBytes(m_Path));
+}
+
+TEST_F(DocumentRecording, ASnapshotThatCannotBeSavedIsReported) {
+  Open(test::DocumentBytes());
+  m_Document.SetDefaultDocInfo(u"other", u"", u"", u"", u"");
+  m_Document.m_Failing = "write-patient";
+  EXPECT_EQ(m_Document.BeginModify(u"1", u"u", u"U"), 0);
+  const ZAMLogEntry& entry = m_Document.GetLog(m_Document.GetLogCount() - 1);
+  EXPECT_EQ(entry.m_Code, -2003);
+  EXPECT_EQ(entry.m_Detail, u"Fail to create temporary file");
+  EXPECT_EQ(m_Document.m_strFilePath, m_Path.u16string());
+  EXPECT_EQ(m_Document.m_CloneXml.IsOpened(), 0);
+  EXPECT_TRUE(TemporaryFiles().empty());
+}
+
+TEST_F(DocumentRecording, ACommitWithoutAPlaceForTheListKeepsTheModification) {
+  m_Document.m_CompatibleResult = 1;
+  Open(test::DocumentBytes());
+  ASSERT_EQ(m_Document.BeginModify(u"1", u"u", u"U"), 1);
+  test::Load(m_Document.m_Xml, "<Other/>");
+  EXPECT_EQ(m_Document.CommitModify(), 0);
+  EXPECT_NE(test::Entries(m_Document).find("Modifications"), std::string::npos);
+  EXPECT_EQ(Count(), 1);
+  EXPECT_NE(m_Document.m_CloneXml.IsOpened(), 0);
+  EXPECT_EQ(m_Document.AddChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, u"x"), -1);
+}
+
+/// Whatever a host passes as a text: the document opens again, and shows what it showed.
+TEST_F(DocumentRecording, TextsThatXmlCannotCarryNeverCostTheDocument) {
+  const std::u16string zero(u"a\0b", 3);
+  std::u16string steps;
+  for (int i = 0; i < 5000; ++i) {
+    steps += u"s/";
+  }
+  const std::vector<_bstr_t> texts{u"\u0001", u"\xD800", _bstr_t(zero), u"\xFFFE", u"",
+                                   steps,     u" ",      u"]]>\r",      u"a/",     u"1 <>&"};
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    SCOPED_TRACE(i);
+    const _bstr_t& text = texts[i];
+    Open(test::DocumentBytes());
+    ASSERT_EQ(m_Document.BeginModify(text, text, text), 1);
+    EXPECT_EQ(m_Document.AddChangeItem(text, text, u"", ZAMXML_VTYPE_STRING, text), 0);
+    EXPECT_EQ(m_Document.AddChangeItem(text, u"PatientInfo", text, ZAMXML_VTYPE_STRING, text), 1);
+    ZAMXMLName name;
+    name.m_Full = text;
+    EXPECT_EQ(m_Document.AddChangeItemName(text, _bstr_t(u"n") + text, name), 2);
+    ASSERT_EQ(m_Document.CommitModify(), 1);
+    ASSERT_EQ(m_Document.SetHistoryToLast(), 1);
+    const std::string shown = test::Saved(m_Document.m_Xml);
+    ASSERT_EQ(m_Document.SetHistoryToOriginal(), 1);
+    ASSERT_EQ(m_Document.Save(), 1);
+    ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+    EXPECT_EQ(test::Saved(m_Document.m_Xml), shown);
+  }
+}
+
+/// An edit in which memory fails at any point leaves the document as it was, or committed.
+TEST_F(DocumentRecording, MemoryThatFailsLeavesTheOldStateOrTheNew) {
+  bool succeeded = false;
+  for (int number = 1; !succeeded; ++number) {
+    Open(test::DocumentBytes(test::ThreeWeights()));
+    bool committed = false;
+    {
+      const test::FailingAllocation failing(number);
+      try {
+        if (m_Document.BeginModify(u"1", u"u", u"U") == 1 &&
+            m_Document.AddChangeItem(u"", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING,
+                                     u"a weight of many characters") == 0) {
+          committed = m_Document.CommitModify() == 1;
+        }
+        succeeded = committed && !failing.Happened();
+      } catch (const std::bad_alloc&) {
+      } catch (const _com_error& error) {
+        EXPECT_EQ(error.Error(), E_OUTOFMEMORY);
+      }
+    }
+    m_Document.CancelModify();
+    ASSERT_TRUE(TemporaryFiles().empty()) << number;
+    ASSERT_EQ(m_Document.m_strFilePath, m_Path.u16string()) << number;
+    ASSERT_GE(Count(), committed ? 4 : 3) << number;
+    ASSERT_EQ(m_Document.SetHistoryToOriginal(), 1) << number;
+    ASSERT_EQ(m_Document.Weight(), u"58") << number;
+    ASSERT_LT(number, 10000);
+  }
+}
+
+}  // namespace

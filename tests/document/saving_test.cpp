@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include "support/document.h"
+
+namespace {
+
+const char* const AllWrites =
+    "template write-header write-patient write-order write-study write-list write-own";
+
+class DocumentSaving : public testing::Test {
+protected:
+  int Open(const std::string& bytes) {
+    test::WriteBytes(m_Path, bytes);
+    const int opened = m_Document.Open(m_Path.c_str(), nullptr);
+    m_Document.TakeCalls();
+    return opened;
+  }
+
+  std::string Reread(const char16_t* path) {
+    ZAMXml tree;
+    EXPECT_EQ(tree.Open(m_Path.c_str(), nullptr), 1);
+    _bstr_t text;
+    return tree.GetNodeText(tree.GetNode(path), text) != 0 ? text.utf8() : "(none)";
+  }
+
+  test::TemporaryFolder m_Folder;
+  std::filesystem::path m_Path = m_Folder.Path("document.xml");
+  test::Document m_Document;
+};
+
+TEST_F(DocumentSaving, ANewDocumentIsBuiltFromItsRecordsOnce) {
+  ASSERT_EQ(m_Document.New(nullptr), 1);
+  EXPECT_EQ(m_Document.Save(), 0) << "it has no path";
+  EXPECT_EQ(m_Document.GetLogCount(), 1);
+  EXPECT_EQ(m_Document.TakeCalls(), "");
+  m_Document.m_PatientInfo.m_ID = u"P9";
+  ASSERT_EQ(m_Document.SaveAs(m_Path.c_str(), nullptr), 1);
+  EXPECT_EQ(m_Document.TakeCalls(), AllWrites);
+  ZAMXml tree;
+  ASSERT_EQ(tree.Open(m_Path.c_str(), nullptr), 1);
+  std::string sections;
+  for (IXMLDOMNodePtr node = tree.GetFirstChildNode(tree.GetNode(u"KESTRANE_ZAM")); node;
+       node = tree.GetNextNode(node)) {
+    sections += tree.GetNodeName(node).utf8() + ' ';
+  }
+  EXPECT_EQ(sections, "DocumentInfo PatientInfo OrderInfo StudyInfo ");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/DocumentInfo/ID"), "UNKNOWN");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/DocumentInfo/Version"), "0.0.0.0");
+
+  m_Document.m_PatientInfo.m_ID = u"not recorded";
+  ASSERT_EQ(m_Document.Save(), 1);
+  EXPECT_EQ(m_Document.TakeCalls(), "");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/ID"), "P9");
+}
+
+TEST_F(DocumentSaving, TheOriginalIsStoredWhateverIsShown) {
+  const std::string bytes = test::DocumentBytes(test::ThreeWeights());
+  const struct {
+    int m_Position;
+    std::vector<std::string> m_Shown;
+  } rows[] = {{2, {"58", "62"}}, {1, {"58", "61"}}, {0, {"58", "60"}}, {-1, {}}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.m_Position);
+    ASSERT_EQ(Open(bytes), 1);
+    ASSERT_EQ(m_Document.SetHistory(row.m_Position), 1);
+    m_Document.m_ShownWeights.clear();
+    ASSERT_EQ(m_Document.Save(), 1);
+    EXPECT_EQ(m_Document.m_ShownWeights, row.m_Shown);
+    EXPECT_EQ(m_Document.m_nHistory, row.m_Position);
+    EXPECT_EQ(test::ReadBytes(m_Path), bytes);
+  }
+}
+
+TEST_F(DocumentSaving, AnotherHeaderIdentifierRebuildsTheTree) {
+  ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights(), "", "OTHER")), 1);
+  m_Document.m_NonStandardResult = -3;
+  ASSERT_EQ(m_Document.SetHistory(1), 1);
+  ASSERT_EQ(m_Document.Save(), 1);
+  EXPECT_EQ(m_Document.m_DocInfo.m_ID, u"UNKNOWN");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/DocumentInfo/ID"), "UNKNOWN");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/DocumentInfo/Version"), "0.0.0.0");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/Foreign/Row"), "(none)") << "no hook wrote it";
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/Weight"), "58");
+  EXPECT_EQ(m_Document.Weight(), u"61");
+  m_Document.TakeCalls();
+  ASSERT_EQ(m_Document.Save(), 1);
+  EXPECT_EQ(m_Document.TakeCalls().find("write"), std::string::npos) << "only once";
+}
+
+TEST_F(DocumentSaving, ASectionThatCannotBeWrittenEndsTheSave) {
+  const std::string bytes = test::DocumentBytes({}, "", "OTHER");
+  ASSERT_EQ(Open(bytes), 1);
+  m_Document.m_Failing = "write-order";
+  EXPECT_EQ(m_Document.Save(), 0);
+  EXPECT_EQ(m_Document.TakeCalls(), "template write-header write-patient write-order");
+  EXPECT_EQ(test::ReadBytes(m_Path), bytes);
+  m_Document.m_Failing.clear();
+}
+
+TEST_F(DocumentSaving, AFailedSaveKeepsPositionPathAndSays) {
+  ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights())), 1);
+  const auto target = m_Folder.Path("missing") / "document.xml";
+  EXPECT_EQ(m_Document.SaveAs(target.c_str(), nullptr), 0);
+  EXPECT_EQ(m_Document.m_nHistory, 2);
+  EXPECT_EQ(m_Document.Weight(), u"62");
+  EXPECT_EQ(m_Document.m_strFilePath, m_Path.u16string());
+  EXPECT_NE(test::Entries(m_Document).find(target.string()), std::string::npos)
+      << test::Entries(m_Document);
+}
+
+TEST_F(DocumentSaving, ATemplateIsTheGroundOfARebuiltTree) {
+  m_Document.m_Template =
+      "<KESTRANE_ZAM><Logo "
+      "kind='png'>x</Logo><PatientInfo><Ward>7</Ward></PatientInfo></KESTRANE_ZAM>";
+  ASSERT_EQ(m_Document.New(nullptr), 1);
+  m_Document.m_PatientInfo.m_ID = u"P9";
+  ASSERT_EQ(m_Document.SaveAs(m_Path.c_str(), nullptr), 1);
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/Logo"), "x");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/Ward"), "7");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/ID"), "P9");
+}
+
+TEST_F(DocumentSaving, ATemplateThatFailsCostsNoDocument) {
+  const std::string bytes = test::DocumentBytes({}, "", "OTHER");
+  for (const char* failing : {"", "write-study"}) {
+    ASSERT_EQ(Open(bytes), 1);
+    m_Document.m_Template = *failing == '\0' ? "<not well-formed" : "<KESTRANE_ZAM/>";
+    m_Document.m_Failing = failing;
+    EXPECT_EQ(m_Document.Save(), 0);
+    EXPECT_EQ(test::ReadBytes(m_Path), bytes) << "the file that was there is back";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_Path.parent_path()), {}), 1)
+        << "nothing is left beside it";
+    m_Document.m_Failing.clear();
+  }
+}
+
+TEST_F(DocumentSaving, TemplatesAreCopiedByteForByte) {
+  const std::string bytes("\xFF\xFE<\0 any bytes \r\n", 17);
+  ZAMModule module;
+  module.AddXmlResource(0x10007, bytes);
+  const auto copy = [&](HINSTANCE from, unsigned int identifier) {
+    test::WriteBytes(m_Path, "old");
+    const int result = test::Document::CopyXMLTemplate(from, identifier, m_Path.c_str());
+    return std::to_string(result) + test::ReadBytes(m_Path);
+  };
+  EXPECT_EQ(copy(&module, 7), "1" + bytes) << "of an identifier the low 16 bits count";
+  EXPECT_EQ(copy(&module, 8), "0") << "no such resource: the file is empty";
+  EXPECT_EQ(copy(nullptr, 7), "0");
+  EXPECT_EQ(test::Document::CopyXMLTemplate(&module, 7, m_Folder.Path("no/where").c_str()), 0);
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "support/document.h"
+
+#include <utility>
+
+namespace test {
+namespace {
+
+std::string Element(const std::string& name, const std::string& content) {
+  return content.empty() ? "<" + name + "/>" : "<" + name + ">" + content + "</" + name + ">";
+}
+
+}  // namespace
+
+std::string DocumentBytes(const std::vector<Change>& changes, const std::string& dropped,
+                          const std::string& headerId) {
+  std::string modifications;
+  for (const Change& change : changes) {
+    modifications += Element(
+        "Modification",
+        Element("UID", "2.25.7") + Element("UserID", "u") +
+            Element("Changes", Element("Item", Element("Node", change.m_Node) +
+                                                   Element("Attribute", change.m_Attribute) +
+                                                   Element("ValueType", "STRING") +
+                                                   Element("OldValue", change.m_Old) +
+                                                   Element("NewValue", change.m_New))));
+  }
+  std::string sections;
+  const std::vector<std::pair<std::string, std::string>> contents{
+      {"DocumentInfo", Element("ID", headerId) + Element("Version", "7")},
+      {"PatientInfo", Element("ID", "P1") + "<Weight Unit=\"kg\">58</Weight>"},
+      {"OrderInfo", Element("ID", "O1")},
+      {"StudyInfo", Element("ID", "S1")},
+      {"Foreign", "<!-- kept --><Row>1</Row>"},
+      {"Modifications", modifications}};
+  for (const auto& [name, content] : contents) {
+    if (name != dropped && !(name == "Modifications" && changes.empty())) {
+      sections += Element(name, content);
+    }
+  }
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + Element("KESTRANE_ZAM", sections);
+}
+
+std::vector<Change> ThreeWeights() {
+  return {{"PatientInfo/Weight", "", "58", "60"},
+          {"PatientInfo/Weight", "", "60", "61"},
+          {"PatientInfo/Weight", "", "61", "62"}};
+}
+
+std::string Document::TakeCalls() { return std::exchange(m_Calls, {}); }
+
+int Document::Call(const std::string& hook, int result) {
+  m_Calls += (m_Calls.empty() ? "" : " ") + hook;
+  return hook == m_Failing ? 0 : result;
+}
+
+int Document::OnOpenCompatible(ZAMXml& xml, ZAMLog* log) {
+  return Call("compatible", m_CompatibleResult + ZAMXMLFile::OnOpenCompatible(xml, log));
+}
+void Document::OnHistoryChanged() {
+  Call("changed", 1);
+  m_ShownWeights.push_back(Weight().utf8());
+}
+int Document::OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("read-header", ZAMXMLFile::OnReadDocumentInfo(xml, log));
+}
+int Document::OnReadPatientInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("read-patient", ZAMXMLFile::OnReadPatientInfo(xml, log));
+}
+int Document::OnReadOrderInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("read-order", ZAMXMLFile::OnReadOrderInfo(xml, log));
+}
+int Document::OnReadStudyInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("read-study", ZAMXMLFile::OnReadStudyInfo(xml, log));
+}
+int Document::OnReadModification(ZAMXml& xml, ZAMLog* log) {
+  return Call("read-list", ZAMXMLFile::OnReadModification(xml, log));
+}
+int Document::OnReadNonStandard(ZAMXml& xml, ZAMLog* log) {
+  return Call("read-own", ZAMXMLFile::OnReadNonStandard(xml, log));
+}
+int Document::OnCopyXMLTemplate(const _bstr_t& path) {
+  if (m_Template.empty()) {
+    return Call("template", ZAMXMLFile::OnCopyXMLTemplate(path));
+  }
+  ZAMModule module;
+  module.AddXmlResource(9, m_Template);
+  return Call("template", CopyXMLTemplate(&module, 9, path));
+}
+int Document::OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("write-header", ZAMXMLFile::OnWriteDocumentInfo(xml, log));
+}
+int Document::OnWritePatientInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("write-patient", ZAMXMLFile::OnWritePatientInfo(xml, log));
+}
+int Document::OnWriteOrderInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("write-order", ZAMXMLFile::OnWriteOrderInfo(xml, log));
+}
+int Document::OnWriteStudyInfo(ZAMXml& xml, ZAMLog* log) {
+  return Call("write-study", ZAMXMLFile::OnWriteStudyInfo(xml, log));
+}
+int Document::OnWriteModification(ZAMXml& xml, ZAMLog* log) {
+  return Call("write-list", ZAMXMLFile::OnWriteModification(xml, log));
+}
+int Document::OnWriteNonStandard(ZAMXml& /*xml*/, ZAMLog* /*log*/) {
+  return Call("write-own", m_NonStandardResult);
+}
+
+std::string Entries(const ZAMLog& log) {
+  std::string lines;
+  for (int i = 0; i < log.GetLogCount(); ++i) {
+    const ZAMLogEntry& entry = log.GetLog(i);
+    lines += std::to_string(entry.m_Type) + ' ' + std::to_string(entry.m_Category) + ' ' +
+             std::to_string(entry.m_Code) + ' ' + entry.m_Text.utf8() + " | " +
+             entry.m_Detail.utf8() + '\n';
+  }
+  return lines;
+}
+
+}  // namespace test

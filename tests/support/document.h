@@ -1,0 +1,75 @@
+#pragma once
+
+#include <ZAMXMLData.h>
+
+#include <string>
+#include <vector>
+
+#include "support/tree.h"
+
+namespace test {
+
+/// A modification in a file: one string change of an element or attribute.
+struct Change {
+  std::string m_Node;
+  std::string m_Attribute;
+  std::string m_Old;
+  std::string m_New;
+};
+
+/// The bytes of a document with one patient and a modification for each change; `dropped` leaves
+/// out one section.
+std::string DocumentBytes(const std::vector<Change>& changes = {}, const std::string& dropped = {},
+                          const std::string& headerId = "UNKNOWN");
+
+/// Three weights after the original 58.
+std::vector<Change> ThreeWeights();
+
+/// A host's document that writes down which hooks are called, with its protected operations open.
+class Document : public ZAMXMLFile {
+public:
+  using ZAMXMLFile::_ReadFromXML;
+  using ZAMXMLFile::_SetHistory;
+  using ZAMXMLFile::_WriteToXML;
+  using ZAMXMLFile::CopyXMLTemplate;
+  using ZAMXMLFile::GetOldValue;
+  using ZAMXMLFile::SetDefaultDocInfo;
+
+  /// The hooks called since, joined by spaces.
+  std::string TakeCalls();
+
+  std::string m_Failing;                    ///< the hook that gives 0
+  int m_CompatibleResult = 0;               ///< what OnOpenCompatible gives
+  int m_NonStandardResult = 1;              ///< what OnWriteNonStandard gives
+  std::string m_Template;                   ///< what OnCopyXMLTemplate writes, unless it is empty
+  std::vector<std::string> m_ShownWeights;  ///< the weight at each OnHistoryChanged
+
+  _bstr_t Weight() const { return m_PatientInfo.m_Weight; }
+
+protected:
+  int OnOpenCompatible(ZAMXml& xml, ZAMLog* log) override;
+  void OnHistoryChanged() override;
+  int OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnReadPatientInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnReadOrderInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnReadStudyInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnReadModification(ZAMXml& xml, ZAMLog* log) override;
+  int OnReadNonStandard(ZAMXml& xml, ZAMLog* log) override;
+  int OnCopyXMLTemplate(const _bstr_t& path) override;
+  int OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnWritePatientInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnWriteOrderInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnWriteStudyInfo(ZAMXml& xml, ZAMLog* log) override;
+  int OnWriteModification(ZAMXml& xml, ZAMLog* log) override;
+  int OnWriteNonStandard(ZAMXml& xml, ZAMLog* log) override;
+
+private:
+  int Call(const std::string& hook, int result);
+
+  std::string m_Calls;
+};
+
+/// The entries of a log: "type category code text | detail" in lines.
+std::string Entries(const ZAMLog& log);
+
+}  // namespace test
