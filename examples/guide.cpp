@@ -14,6 +14,7 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 namespace {
 
@@ -261,6 +262,27 @@ void WalkHistory(const _bstr_t& path) {
           "saving keeps the position");
 }
 
+void WalkTree(const _bstr_t& path) {
+  ZAMLog log;
+  Visit visit;
+  Require(visit.Open(path, &log) != 0, "the document opens");
+  //! [many]
+  ZAMXml tree;
+  if (visit.SetHistoryToOriginal() == 0 || tree.Copy(visit.m_Xml, &log) == 0) {
+    throw std::runtime_error("The original cannot be shown.");
+  }
+  for (int i = 0; i < visit.GetHistoryCount(); ++i) {
+    visit.m_Modifications.ApplyModifications(tree, u"KESTRANE_ZAM", i - 1, i);
+    _bstr_t weight;
+    tree.GetNodeText(tree.GetNode(u"KESTRANE_ZAM/PatientInfo/Weight"), weight);
+    std::cout << i << ": " << weight.utf8() << '\n';
+  }
+  //! [many]
+  Require(tree.GetNodeCount(tree.GetNode(u"KESTRANE_ZAM/Findings"), u"Statement") == 2 &&
+              visit.m_nHistory == -1 && visit.m_Findings.GetCount() == 1,
+          "the tree moves, the document does not");
+}
+
 void OpenOlderLayout(const _bstr_t& path) {
   ZAMXml old;
   old.New(nullptr);
@@ -370,6 +392,7 @@ void Run(const _bstr_t& source) {
   Require(ChangeMore(visit) == 0, "a visit is changed");
   AddOwnedItem(visit);
   WalkHistory(visit);
+  WalkTree(visit);
   WriteDirectly(visit);
   OpenOlderLayout(u"guide_older.xml");
   KeepAnyKind(source, u"guide_any.xml");

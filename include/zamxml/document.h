@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "zamxml/changes.h"
 #include "zamxml/platform/export.h"
@@ -179,5 +180,6 @@ private:
   int AddCreated(ZAMXMLChangeItem* created);
   void RecordError(int type, int code, const _bstr_t& message);
 
-  int m_nStale = 0;  ///< nonzero when tree or records may not be what m_nHistory says
+  std::string m_SnapshotCopy;  ///< path of the snapshot's second copy, in UTF-8
+  int m_nStale = 0;            ///< nonzero when tree or records may not be what m_nHistory says
 };

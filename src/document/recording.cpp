@@ -2,6 +2,7 @@
 #include <ctime>
 #include <memory>
 #include <new>
+#include <string>
 #include <utility>
 
 #include "document/sections.h"
@@ -26,16 +27,17 @@ private:
   Member m_Value;
 };
 
-/// A file that is gone at the end of a scope, however that ends.
+/// A file that is gone at the end of a scope, however that ends: its path is made ready beforehand,
+/// so that removing it needs no memory.
 class TemporaryFile {
 public:
-  explicit TemporaryFile(const _bstr_t& path) : m_Path(path) {}
+  explicit TemporaryFile(const _bstr_t& path) : m_Path(path.utf8()) {}
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile() { ZAMGF::DeleteFileW(m_Path, 0); }
+  ~TemporaryFile() { zam::RemoveFile(m_Path); }
 
 private:
-  _bstr_t m_Path;
+  std::string m_Path;
 };
 
 /// Saves of a tree inside a scope do not wait for the disk.
@@ -109,15 +111,14 @@ void ZAMXMLFile::PrepareSnapshot(int count) {
     m_nHistory = -1;
     _SetHistory(m_CloneXml, count - 1);
   }
-  m_CloneXml.SaveAs(ZAMGF::MakePath(ZAMGF::GetSystemTempDir(), u"Clone.xml"), nullptr);
+  const _bstr_t copy = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(), u"Clone.xml");
+  m_SnapshotCopy = copy.utf8();
+  m_CloneXml.SaveAs(copy, nullptr);
 }
 
 void ZAMXMLFile::CloseSnapshot() {
-  const _bstr_t copy = m_CloneXml.m_strFilePath;
   m_CloneXml.Close();
-  if (copy.length() != 0) {
-    ZAMGF::DeleteFileW(copy, 0);
-  }
+  zam::RemoveFile(m_SnapshotCopy);
 }
 
 void ZAMXMLFile::CancelModify() {

@@ -1,0 +1,68 @@
+#include "document.h"
+
+#include <charconv>
+
+#include "failure.h"
+#include "text.h"
+
+Document::Document(const std::string& path, const std::string& name) : m_Name(name) {
+  ZAMLog log;
+  if (Open(FileName(path), &log) == 0) {
+    throw Failure(m_Name, "cannot open it", Reason(log));
+  }
+}
+
+int Document::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
+  if (m_Xml.Open(path, log) == 0 || _ReadFromXML(m_Xml, 0, log) == 0) {
+    return 0;
+  }
+  AdoptHeader();
+  return 1;
+}
+
+void Document::AdoptHeader() {
+  SetDefaultDocInfo(m_DocInfo.m_ID, m_DocInfo.m_Type, m_DocInfo.m_Version, m_DocInfo.m_Author,
+                    m_DocInfo.m_Application);
+}
+
+int Document::Position(const std::string& text) const {
+  if (text == "original") {
+    return Original;
+  }
+  if (text == "last") {
+    return Last();
+  }
+  int number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, number);
+  if (text.empty() || text[0] == '-' || stopped != end ||
+      error == std::errc::invalid_argument) {
+    throw Failure("", text, "a position is \"original\", \"last\" or the number of a modification");
+  }
+  if (error != std::errc() || number > Last()) {
+    throw Failure(m_Name, "there is no modification " + text,
+                  Last() < 0 ? "it has none" : "the last is " + std::to_string(Last()));
+  }
+  return number;
+}
+
+std::string Document::PositionName(int position) {
+  return position == Original ? "original" : std::to_string(position);
+}
+
+void Document::ReadSections() {
+  m_DocInfo.Clear();
+  m_PatientInfo.Clear();
+  m_OrderInfo.Clear();
+  m_StudyInfo.Clear();
+  ZAMLog log;
+  if (OnReadDocumentInfo(m_Xml, &log) == 0 || OnReadPatientInfo(m_Xml, &log) == 0 ||
+      OnReadOrderInfo(m_Xml, &log) == 0 || OnReadStudyInfo(m_Xml, &log) == 0) {
+    throw Failure(m_Name, "cannot read its sections", Reason(log));
+  }
+}
+
+int Document::Unreadable() {
+  const int stored = m_Xml.GetNodeCount(m_Xml.GetNode(u"KESTRANE_ZAM"), u"Modifications/Modification");
+  return stored - GetHistoryCount();
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <ZAMXMLData.h>
+
+#include <string>
+
+/// A document as the verbs use it. It opens at the original content, exactly as the file holds it,
+/// and moves forward from there. So what is shown never depends on old values being right, an edit
+/// is saved over the very original that was read, and a walk through the whole history costs no
+/// more than its changes.
+class Document : public ZAMXMLFile {
+public:
+  /// The position of the original content.
+  static constexpr int Original = -1;
+
+  /// Opens the file; Failure, with the reason, when that cannot be done. The name is what messages
+  /// call it.
+  Document(const std::string& path, const std::string& name);
+
+  const std::string& Name() const { return m_Name; }
+  int Last() const { return GetHistoryCount() - 1; }
+  const ZAMXMLModification& Modification(int number) const {
+    return *m_Modifications.GetModification(number);
+  }
+
+  /// A position from "original", "last" or the number of a modification; Failure for any other.
+  int Position(const std::string& text) const;
+  /// "original", or the number.
+  static std::string PositionName(int position);
+
+  /// Moves the tree alone, without reading the records again.
+  void MoveTo(int position) { _SetHistory(m_Xml, position); }
+  /// Reads the sections from the tree where it stands.
+  void ReadSections();
+
+  /// The number of modifications that stand in the file but cannot be read.
+  int Unreadable();
+  /// The kind of document becomes this tool's default, so that saving never rebuilds the tree.
+  void AdoptHeader();
+
+protected:
+  int OnFileOpen(const _bstr_t& path, ZAMLog* log) override;
+
+private:
+  std::string m_Name;
+};

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <ZAMXMLData.h>
+
+#include <string>
+#include <string_view>
+
+/// Why a value from outside is not taken, with the place of the fault: bytes that are no UTF-8, or
+/// a control character other than tab, line feed and carriage return. Empty when it is taken.
+std::string WhyRefused(std::string_view value);
+
+/// A file name as the library takes it; Failure when it is no UTF-8.
+_bstr_t FileName(const std::string& name);
+
+/// A value on one line of a terminal: control characters, line breaks and the characters that turn
+/// the direction of writing appear as escapes, so that nothing in a document can dress up as output.
+std::string Printable(const _bstr_t& value);
+/// The same in quotation marks.
+std::string Quoted(const _bstr_t& value);
+
+/// What the last entry of a log says, in one line without a full stop.
+std::string Reason(const ZAMLog& log);
