@@ -58,6 +58,9 @@ void ZAMXMLFile::MoveTree(int position) {
   const int highest = std::max(m_nHistory, position);
   try {
     if (m_nStale != 0) {
+      if (ZAMXMLFile::OnWriteModification(m_Xml, nullptr) == 0) {
+        throw _com_error(E_OUTOFMEMORY);
+      }
       _SetHistory(m_Xml, -1);
     }
     _SetHistory(m_Xml, position);

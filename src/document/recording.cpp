@@ -119,6 +119,7 @@ void ZAMXMLFile::PrepareSnapshot(int count) {
 void ZAMXMLFile::CloseSnapshot() {
   m_CloneXml.Close();
   zam::RemoveFile(m_SnapshotCopy);
+  m_SnapshotCopy.clear();
 }
 
 void ZAMXMLFile::CancelModify() {
@@ -240,6 +241,8 @@ int ZAMXMLFile::CommitModify() {
   m_pModification->m_Time = Formatted(now, "%H:%M:%S");
   m_Modifications.m_ModificationList.Add(m_pModification.get());
   m_pModification.release();
+  // Until the list stands in the tree, however this ends: the next move of the history writes it.
+  const int stale = std::exchange(m_nStale, 1);
   IXMLDOMNodePtr section = m_Xml.GetNode(zam::ModificationsPath);
   if (!section) {
     section = m_Xml.AddNode(zam::ModificationsPath, nullptr);
@@ -248,7 +251,11 @@ int ZAMXMLFile::CommitModify() {
     m_Xml.SafeLogCopy(this);
     return 0;
   }
-  m_Modifications.WriteToXML(m_Xml, section, nullptr);
+  ZAMLog failures;
+  m_Modifications.WriteToXML(m_Xml, section, &failures);
+  if (failures.GetLogCount() == 0) {
+    m_nStale = stale;
+  }
   CloseSnapshot();
   return 1;
 }

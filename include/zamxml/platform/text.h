@@ -138,7 +138,10 @@ public:
   CString& operator+=(char16_t unit);
 
   /// Compare code unit by code unit; a null text equals an empty string.
-  friend bool operator==(const CString& left, ZAMTextView right) noexcept {
+  friend bool operator==(const CString& left, const char16_t* right) noexcept {
+    return left.view() == ZAMTextView(right).view();
+  }
+  friend bool operator==(const CString& left, const _bstr_t& right) noexcept {
     return left.view() == right.view();
   }
   friend bool operator==(const CString& left, const CString& right) noexcept {
