@@ -144,18 +144,45 @@ bool LookAt(const std::string& target, Existing& existing, std::string& reason) 
   return true;
 }
 
-/// Gives the new file the owner and mode of the one that it replaces. Where the owner cannot be
-/// given, the file stays this user's.
+/// Gives the new file the owner, group and mode of the one that it replaces. Where the owner or the
+/// group cannot be given, the file stays this user's.
 bool TakeOver(int descriptor, const Existing& existing) {
   if (!existing.m_Exists) {
     return true;
   }
   const auto& status = existing.m_Status;
+  constexpr auto SameOwner = static_cast<uid_t>(-1);
   if ((status.st_uid != ::geteuid() || status.st_gid != ::getegid()) &&
-      ::fchown(descriptor, status.st_uid, status.st_gid) != 0 && errno != EPERM) {
+      ::fchown(descriptor, status.st_uid, status.st_gid) != 0 &&
+      (errno != EPERM || (::fchown(descriptor, SameOwner, status.st_gid) != 0 && errno != EPERM))) {
     return false;
   }
   return ::fchmod(descriptor, status.st_mode & 07777) == 0;
+}
+
+/// Renames the new file over the old one. When the folder cannot be flushed, the name might not
+/// last: the old file, or none, then comes back.
+bool PutInPlace(const std::string& fresh, const std::string& target, const Existing& existing,
+                const Descriptor& folder) {
+  std::optional<KeptFile> old;
+  if (folder.IsOpen() && existing.m_Exists) {
+    old.emplace(target);
+  }
+  const bool renamed = ::rename(fresh.c_str(), target.c_str()) == 0;
+  // Some file systems cannot flush a folder and say EINVAL: the name is as safe as it can be there.
+  if (renamed && (!folder.IsOpen() || ::fsync(folder.Number()) == 0 || errno == EINVAL)) {
+    if (old) {
+      old->Forget();
+    }
+    return true;
+  }
+  const int error = errno;
+  if (renamed && !existing.m_Exists) {
+    ::unlink(target.c_str());
+  }
+  old.reset();
+  errno = error;
+  return false;
 }
 
 bool ReplaceFile(const std::string& target, const std::string& fresh, const Existing& existing,
@@ -173,15 +200,13 @@ bool ReplaceFile(const std::string& target, const std::string& fresh, const Exis
   }
   const bool written = WriteAll(file.Number(), bytes) && TakeOver(file.Number(), existing) &&
                        (!durable || ::fsync(file.Number()) == 0) && file.Close() &&
-                       ::rename(fresh.c_str(), target.c_str()) == 0;
+                       PutInPlace(fresh, target, existing, folder);
   if (!written) {
     const int error = errno;
     ::unlink(fresh.c_str());
     errno = error;
-    return false;
   }
-  // Some file systems cannot flush a folder and say EINVAL: the name is as safe as it can be there.
-  return !durable || ::fsync(folder.Number()) == 0 || errno == EINVAL;
+  return written;
 }
 
 bool IsPrivateFolder(const std::string& path) {

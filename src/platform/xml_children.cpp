@@ -1,22 +1,30 @@
 #include "platform/xml_children.h"
 
+#include <algorithm>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace zam {
 namespace {
 
-/// How many siblings a search may pass before an index is worth its memory.
+/// How many nodes a search may pass before an index is worth its memory.
 constexpr int LongSearch = 32;
 
 }  // namespace
 
 const ChildFinder::Index* ChildFinder::IndexOf(pugi::xml_node parent) {
-  if (m_Indexes.empty()) {
-    return nullptr;
+  const auto known = m_Indexes.find(parent.internal_object());
+  if (known != m_Indexes.end()) {
+    return &known->second;
   }
-  const auto found = m_Indexes.find(parent.internal_object());
-  return found != m_Indexes.end() ? &found->second : nullptr;
+  int passed = 0;
+  for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
+    if (++passed > LongSearch) {
+      return &MakeIndex(parent);
+    }
+  }
+  return nullptr;
 }
 
 ChildFinder::Index& ChildFinder::MakeIndex(pugi::xml_node parent) {
@@ -29,43 +37,34 @@ ChildFinder::Index& ChildFinder::MakeIndex(pugi::xml_node parent) {
   return m_Indexes[parent.internal_object()] = std::move(index);
 }
 
+const ChildFinder::Children& ChildFinder::Named(const Index& index, const std::string& name) {
+  static const Children None;
+  const auto children = index.find(name);
+  return children != index.end() ? children->second : None;
+}
+
 pugi::xml_node ChildFinder::Child(pugi::xml_node parent, const std::string& name, int index) {
-  const Index* known = IndexOf(parent);
-  if (known == nullptr) {
-    int passed = 0;
-    int matches = 0;
-    for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
-      if (child.type() == pugi::node_element && name == child.name() && matches++ == index) {
-        return child;
-      }
-      if (++passed > LongSearch) {
-        known = &MakeIndex(parent);
-        break;
-      }
-    }
-    if (known == nullptr) {
-      return {};
+  if (const Index* known = IndexOf(parent)) {
+    const Children& children = Named(*known, name);
+    const auto position = static_cast<std::size_t>(index);
+    return position < children.size() ? children[position] : pugi::xml_node();
+  }
+  for (const pugi::xml_node child : parent.children(name.c_str())) {
+    if (child.type() == pugi::node_element && index-- == 0) {
+      return child;
     }
   }
-  const auto children = known->find(name);
-  if (children == known->end() || index < 0 ||
-      static_cast<std::size_t>(index) >= children->second.size()) {
-    return {};
-  }
-  return children->second[static_cast<std::size_t>(index)];
+  return {};
 }
 
 int ChildFinder::ChildCount(pugi::xml_node parent, const std::string& name) {
-  const Index* known = IndexOf(parent);
-  if (known != nullptr) {
-    const auto children = known->find(name);
-    return children != known->end() ? static_cast<int>(children->second.size()) : 0;
+  if (const Index* known = IndexOf(parent)) {
+    return static_cast<int>(Named(*known, name).size());
   }
-  int count = 0;
-  for (const pugi::xml_node child : parent.children(name.c_str())) {
-    count += child.type() == pugi::node_element ? 1 : 0;
-  }
-  return count;
+  const auto children = parent.children(name.c_str());
+  return static_cast<int>(std::count_if(children.begin(), children.end(), [](pugi::xml_node child) {
+    return child.type() == pugi::node_element;
+  }));
 }
 
 pugi::xml_node ChildFinder::WalkTo(Walk& walk, int index) {
@@ -122,8 +121,7 @@ int ChildFinder::Count(pugi::xml_node start, const std::vector<std::string>& ste
 
 std::vector<pugi::xml_node> ChildFinder::All(pugi::xml_node parent, const std::string& name) {
   if (const Index* known = IndexOf(parent)) {
-    const auto children = known->find(name);
-    return children != known->end() ? children->second : Children();
+    return Named(*known, name);
   }
   Children all;
   for (const pugi::xml_node child : parent.children(name.c_str())) {
@@ -134,7 +132,7 @@ std::vector<pugi::xml_node> ChildFinder::All(pugi::xml_node parent, const std::s
   return all;
 }
 
-void ChildFinder::Added(pugi::xml_node child) {
+void ChildFinder::Added(pugi::xml_node child) noexcept {
   m_LastWalk = {};
   const auto found = m_Indexes.find(child.parent().internal_object());
   if (found == m_Indexes.end()) {
@@ -142,9 +140,8 @@ void ChildFinder::Added(pugi::xml_node child) {
   }
   try {
     found->second[child.name()].push_back(child);
-  } catch (...) {
+  } catch (const std::bad_alloc&) {
     m_Indexes.erase(found);
-    throw;
   }
 }
 

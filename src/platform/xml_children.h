@@ -25,7 +25,7 @@ public:
   std::vector<pugi::xml_node> All(pugi::xml_node parent, const std::string& name);
 
   /// To be told after an element was added as the last child.
-  void Added(pugi::xml_node child);
+  void Added(pugi::xml_node child) noexcept;
   /// To be told before all children of that name are removed.
   void Removing(pugi::xml_node parent, const std::string& name);
   /// To be told before the element goes, or all that is in it.
@@ -44,7 +44,9 @@ private:
     int m_Before = 0;              ///< matches of the whole path before that place
   };
 
+  /// The index of an element's children; null where there are too few of them for one.
   const Index* IndexOf(pugi::xml_node parent);
+  static const Children& Named(const Index& index, const std::string& name);
   Index& MakeIndex(pugi::xml_node parent);
   pugi::xml_node Child(pugi::xml_node parent, const std::string& name, int index);
   int ChildCount(pugi::xml_node parent, const std::string& name);

@@ -1,8 +1,6 @@
 #include "platform/xml_document.h"
 
-#include <new>
-#include <utility>
-
+#include "platform/xml_insertion.h"
 #include "zamxml/platform/error.h"
 
 namespace zam {
@@ -14,6 +12,8 @@ int DepthOf(pugi::xml_node node) {
   }
   return depth;
 }
+
+bool HasElements(pugi::xml_node node) { return static_cast<bool>(ElementFrom(node.first_child())); }
 
 pugi::xml_node ElementFrom(pugi::xml_node node) {
   while (node && node.type() != pugi::node_element) {
@@ -57,6 +57,7 @@ void ZAMXmlDocument::Forget(pugi::xml_node subtree, bool itself) {
     m_Finder.Forget(node);
     m_Emptied.erase(node.internal_object());
     m_TextLayouts.erase(node.internal_object());
+    m_Blanks.erase(node.internal_object());
     const auto handle = m_Handles.find(node.internal_object());
     if (handle != m_Handles.end()) {
       handle->second->m_Document = nullptr;
@@ -82,25 +83,19 @@ void ZAMXmlDocument::Forget(pugi::xml_node subtree, bool itself) {
   }
 }
 
-namespace {
-
-void Check(bool done) {
-  if (!done) {
+void ZAMXmlDocument::MakeEmpty() {
+  pugi::xml_node declaration = m_Tree.append_child(pugi::node_declaration);
+  if (!declaration || !declaration.append_attribute("version").set_value("1.0") ||
+      !m_Tree.append_child(pugi::node_pcdata).set_value("\n")) {
     throw _com_error(E_OUTOFMEMORY);
   }
 }
 
-}  // namespace
-
-void ZAMXmlDocument::MakeEmpty() {
-  pugi::xml_node declaration = m_Tree.append_child(pugi::node_declaration);
-  Check(declaration && declaration.append_attribute("version").set_value("1.0") &&
-        m_Tree.append_child(pugi::node_pcdata).set_value("\n"));
-}
-
 void ZAMXmlDocument::AddRoot(const std::string& name) {
-  Check(m_Tree.append_child(pugi::node_element).set_name(name.c_str()) &&
-        m_Tree.append_child(pugi::node_pcdata).set_value("\n"));
+  zam::Insertion insertion(m_Tree);
+  insertion.Before({}, pugi::node_element, name);
+  insertion.Before({}, pugi::node_pcdata, "\n");
+  insertion.Keep();
 }
 
 pugi::xml_node ZAMXmlDocument::AddElement(pugi::xml_node parent, const std::string& name) {
@@ -109,30 +104,22 @@ pugi::xml_node ZAMXmlDocument::AddElement(pugi::xml_node parent, const std::stri
   }
   const pugi::xml_node last = parent.last_child();
   const bool lastFormats = last && zam::IsFormatting(last);
-  pugi::xml_node element;
-  if (!last || (lastFormats && !last.previous_sibling())) {
-    const Formatting formatting = FormattingFor(parent);
-    if (last) {
-      parent.remove_child(last);
-    }
-    if (!formatting.m_BeforeChild.empty()) {
-      Check(parent.append_child(pugi::node_pcdata).set_value(formatting.m_BeforeChild.c_str()));
-    }
-    element = parent.append_child(pugi::node_element);
-    if (!formatting.m_BeforeEnd.empty()) {
-      Check(parent.append_child(pugi::node_pcdata).set_value(formatting.m_BeforeEnd.c_str()));
-    }
-  } else {
-    const pugi::xml_node sibling = lastFormats ? last.previous_sibling() : last;
-    const pugi::xml_node before = sibling.previous_sibling();
-    const bool indented =
-        before && zam::IsFormatting(before) && sibling.type() != pugi::node_pcdata;
-    element = parent.insert_child_after(pugi::node_element, sibling);
-    if (element && indented) {
-      Check(parent.insert_child_before(pugi::node_pcdata, element).set_value(before.value()));
-    }
+  const bool blank = lastFormats && !last.previous_sibling();
+  const Formatting formatting = FormattingFor(parent);
+  const pugi::xml_node place = lastFormats && !blank ? last : pugi::xml_node();
+  zam::Insertion insertion(parent);
+  if (!formatting.m_BeforeChild.empty()) {
+    insertion.Before(place, pugi::node_pcdata, formatting.m_BeforeChild);
   }
-  Check(element.set_name(name.c_str()));
+  const pugi::xml_node element = insertion.Before(place, pugi::node_element, name);
+  if (!formatting.m_BeforeEnd.empty()) {
+    insertion.Before(place, pugi::node_pcdata, formatting.m_BeforeEnd);
+  }
+  if (blank) {
+    m_Blanks.insert_or_assign(parent.internal_object(), last.value());
+    parent.remove_child(last);
+  }
+  insertion.Keep();
   m_Emptied.erase(parent.internal_object());
   m_Finder.Added(element);
   return element;
@@ -153,13 +140,7 @@ void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const std::string& na
     }
     parent.remove_child(child);
   }
-  const pugi::xml_node rest = parent.first_child();
-  if (rest && rest == parent.last_child() && zam::IsFormatting(rest)) {
-    parent.remove_child(rest);
-  }
-  if (parent.first_child()) {
-    m_Emptied.erase(parent.internal_object());
-  }
+  DropFormatting(parent);
 }
 
 void ZAMXmlDocument::RemoveContent(pugi::xml_node parent) {
@@ -167,5 +148,6 @@ void ZAMXmlDocument::RemoveContent(pugi::xml_node parent) {
   Forget(parent, false);
   m_Finder.Forget(parent);
   m_TextLayouts.erase(parent.internal_object());
+  m_Blanks.erase(parent.internal_object());
   parent.remove_children();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
@@ -76,22 +77,25 @@ private:
   struct TextPiece {
     pugi::xml_node_type m_Type;
     std::string m_Value;
-    int m_Before;  ///< how many nodes that are no text stand before it
+    std::size_t m_Before;  ///< how many nodes that are no text stand before it
   };
   struct TextLayout {
     std::string m_Text;
     std::vector<TextPiece> m_Pieces;
-    int m_Others;  ///< how many nodes that are no text there are
+    std::size_t m_Others = 0;  ///< how many nodes that are no text there are
   };
 
+  /// The white space to put around a new last child.
   Formatting FormattingFor(pugi::xml_node parent);
+  /// Takes away the formatting that is left over when the last child element has gone.
+  void DropFormatting(pugi::xml_node parent);
   void Forget(pugi::xml_node subtree, bool itself);
   void RememberFormatting(pugi::xml_node parent);
   void RememberText(pugi::xml_node element, bool elements);
-  void InsertText(pugi::xml_node element, const std::string& text, bool elements);
-  void RestoreText(pugi::xml_node element, const TextLayout& layout);
 
   std::unordered_map<pugi::xml_node_struct*, Formatting> m_Emptied;
+  /// The white space that was all that an element held before its first child was added.
+  std::unordered_map<pugi::xml_node_struct*, std::string> m_Blanks;
   std::unordered_map<pugi::xml_node_struct*, TextLayout> m_TextLayouts;
 };
 
@@ -105,6 +109,8 @@ int DepthOf(pugi::xml_node node);
 
 /// The node or the first element among its next siblings; null when there is none.
 pugi::xml_node ElementFrom(pugi::xml_node node);
+
+bool HasElements(pugi::xml_node node);
 
 /// White space that only formats: spaces, tabs and line feeds.
 bool IsFormatting(pugi::xml_node node);

@@ -33,9 +33,21 @@ void ZAMXmlDocument::LearnIndentation() {
 }
 
 ZAMXmlDocument::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) {
+  const pugi::xml_node last = parent.last_child();
+  const bool lastFormats = last && zam::IsFormatting(last);
+  const bool first = !last || (lastFormats && !last.previous_sibling());
   const auto emptied = m_Emptied.find(parent.internal_object());
   if (emptied != m_Emptied.end()) {
-    return emptied->second;
+    // White space next to a text would become a part of it.
+    const bool behindText = !first && last.type() == pugi::node_pcdata;
+    return {behindText ? "" : emptied->second.m_BeforeChild, emptied->second.m_BeforeEnd};
+  }
+  if (!first) {
+    const pugi::xml_node sibling = lastFormats ? last.previous_sibling() : last;
+    const pugi::xml_node before = sibling.previous_sibling();
+    const bool indented =
+        before && zam::IsFormatting(before) && sibling.type() != pugi::node_pcdata;
+    return {indented ? before.value() : "", ""};
   }
   if (!m_Lines || parent.type() != pugi::node_element) {
     return {};
@@ -52,17 +64,46 @@ ZAMXmlDocument::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) 
 }
 
 void ZAMXmlDocument::RememberFormatting(pugi::xml_node parent) {
-  const pugi::xml_node first = parent.first_child();
+  const pugi::xml_node first = zam::ElementFrom(parent.first_child());
+  const pugi::xml_node before = first.previous_sibling();
   const pugi::xml_node last = parent.last_child();
-  if (!first || !first.next_sibling()) {
+  if (!first) {
     return;
   }
   Formatting formatting;
-  if (zam::IsFormatting(first)) {
-    formatting.m_BeforeChild = first.value();
+  if (before && zam::IsFormatting(before)) {
+    formatting.m_BeforeChild = before.value();
   }
   if (zam::IsFormatting(last)) {
     formatting.m_BeforeEnd = last.value();
   }
   m_Emptied.insert_or_assign(parent.internal_object(), std::move(formatting));
+}
+
+void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
+  if (zam::HasElements(parent)) {
+    m_Emptied.erase(parent.internal_object());
+    return;
+  }
+  const auto isContent = [](pugi::xml_node node) { return !zam::IsFormatting(node); };
+  const bool content = parent.find_child(isContent);
+  const auto isText = [&](pugi::xml_node node) {
+    return node.type() == pugi::node_cdata || (node.type() == pugi::node_pcdata && isContent(node));
+  };
+  if (content && !parent.find_child(isText)) {
+    m_Emptied.erase(parent.internal_object());
+    return;
+  }
+  // Without child elements around it, white space would be taken for a part of the text.
+  for (pugi::xml_node child = parent.first_child(); child;) {
+    const pugi::xml_node next = child.next_sibling();
+    if (zam::IsFormatting(child)) {
+      parent.remove_child(child);
+    }
+    child = next;
+  }
+  const auto blank = m_Blanks.find(parent.internal_object());
+  if (!content && blank != m_Blanks.end()) {
+    parent.append_child(pugi::node_pcdata).set_value(blank->second.c_str());
+  }
 }

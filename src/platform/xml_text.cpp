@@ -1,20 +1,12 @@
 #include <algorithm>
-#include <array>
 
 #include "platform/xml_document.h"
-#include "zamxml/platform/error.h"
+#include "platform/xml_insertion.h"
 
 /// The text of an element: how it is put together from pieces, and how it is stored so that it
 /// comes back unchanged.
 
 namespace {
-
-bool IsElement(pugi::xml_node node) { return node.type() == pugi::node_element; }
-
-bool HasElements(pugi::xml_node element) {
-  const auto children = element.children();
-  return std::any_of(children.begin(), children.end(), IsElement);
-}
 
 /// Whether a node is a piece of its parent's text.
 bool IsText(pugi::xml_node node, bool elements) {
@@ -22,48 +14,35 @@ bool IsText(pugi::xml_node node, bool elements) {
          (node.type() == pugi::node_pcdata && !(elements && zam::IsFormatting(node)));
 }
 
-pugi::xml_node Checked(pugi::xml_node node, const std::string& value) {
-  if (!node || !node.set_value(value.c_str())) {
-    throw _com_error(E_OUTOFMEMORY);
-  }
-  return node;
-}
-
-/// Puts pieces one after the other at the front of an element.
-class FrontInserter {
-public:
-  explicit FrontInserter(pugi::xml_node element) : m_Element(element) {}
-
-  void Insert(pugi::xml_node_type type, const std::string& value) {
-    m_Last = Checked(
-        m_Last ? m_Element.insert_child_after(type, m_Last) : m_Element.prepend_child(type), value);
-  }
-
-private:
-  pugi::xml_node m_Element;
-  pugi::xml_node m_Last;
-};
-
 /// Stores a text in CDATA sections, which nobody takes for formatting and which do not run into the
 /// white space that follows. What CDATA cannot hold is cut in two ("]]>") or stands as text between
 /// two sections (a carriage return, written as a reference).
-void InsertProtected(FrontInserter& front, const std::string& text) {
+void InsertProtected(zam::Insertion& insertion, pugi::xml_node front, const std::string& text) {
   for (std::size_t position = 0; position < text.size();) {
     const std::size_t end = std::min(text.find('\r', position), text.size());
     while (position < end) {
       const std::size_t cut = text.find("]]>", position);
       const std::size_t next = cut < end ? cut + 2 : end;
-      front.Insert(pugi::node_cdata, text.substr(position, next - position));
+      insertion.Before(front, pugi::node_cdata, text.substr(position, next - position));
       position = next;
     }
     const std::size_t behind = std::min(text.find_first_not_of('\r', end), text.size());
     if (end < behind) {
-      front.Insert(pugi::node_pcdata, text.substr(end, behind - end));
+      insertion.Before(front, pugi::node_pcdata, text.substr(end, behind - end));
       position = behind;
       if (behind == text.size()) {
-        front.Insert(pugi::node_cdata, std::string());
+        insertion.Before(front, pugi::node_cdata, std::string());
       }
     }
+  }
+}
+
+void InsertText(zam::Insertion& insertion, pugi::xml_node front, const std::string& text,
+                bool elements) {
+  if (elements || text.find_first_not_of(" \t\n") == std::string::npos) {
+    InsertProtected(insertion, front, text);
+  } else {
+    insertion.Before(front, pugi::node_pcdata, text);
   }
 }
 
@@ -74,7 +53,7 @@ std::string ZAMXmlDocument::Text(pugi::xml_node element) const {
   if (!first.next_sibling()) {
     return first && IsText(first, false) ? first.value() : "";
   }
-  const bool elements = HasElements(element);
+  const bool elements = zam::HasElements(element);
   std::string text;
   for (const pugi::xml_node child : element.children()) {
     if (IsText(child, elements)) {
@@ -85,36 +64,28 @@ std::string ZAMXmlDocument::Text(pugi::xml_node element) const {
 }
 
 void ZAMXmlDocument::SetText(pugi::xml_node element, const std::string& text) {
-  const bool elements = HasElements(element);
+  const bool elements = zam::HasElements(element);
   RememberText(element, elements);
-  int others = 0;
-  for (pugi::xml_node child = element.first_child(); child;) {
-    const pugi::xml_node next = child.next_sibling();
-    if (IsText(child, elements)) {
-      element.remove_child(child);
-    } else {
-      ++others;
-    }
-    child = next;
+  std::vector<pugi::xml_node> replaced;
+  std::vector<pugi::xml_node> others;
+  for (const pugi::xml_node child : element.children()) {
+    (IsText(child, elements) ? replaced : others).push_back(child);
   }
   const auto layout = m_TextLayouts.find(element.internal_object());
+  zam::Insertion insertion(element);
   if (layout != m_TextLayouts.end() && layout->second.m_Text == text &&
-      layout->second.m_Others == others) {
-    RestoreText(element, layout->second);
+      layout->second.m_Others == others.size()) {
+    for (const TextPiece& piece : layout->second.m_Pieces) {
+      insertion.Before(piece.m_Before < others.size() ? others[piece.m_Before] : pugi::xml_node(),
+                       piece.m_Type, piece.m_Value);
+    }
   } else {
-    InsertText(element, text, elements);
+    InsertText(insertion, element.first_child(), text, elements);
   }
-}
-
-void ZAMXmlDocument::InsertText(pugi::xml_node element, const std::string& text, bool elements) {
-  if (text.empty()) {
-    return;
-  }
-  FrontInserter front(element);
-  if (elements || text.find_first_not_of(" \t\n") == std::string::npos) {
-    InsertProtected(front, text);
-  } else {
-    front.Insert(pugi::node_pcdata, text);
+  insertion.Keep();
+  m_Blanks.erase(element.internal_object());
+  for (const pugi::xml_node piece : replaced) {
+    element.remove_child(piece);
   }
 }
 
@@ -125,7 +96,6 @@ void ZAMXmlDocument::RememberText(pugi::xml_node element, bool elements) {
     return;
   }
   TextLayout layout;
-  layout.m_Others = 0;
   for (const pugi::xml_node child : element.children()) {
     if (IsText(child, elements)) {
       layout.m_Text += child.value();
@@ -136,18 +106,5 @@ void ZAMXmlDocument::RememberText(pugi::xml_node element, bool elements) {
   }
   if (!layout.m_Pieces.empty()) {
     m_TextLayouts.emplace(element.internal_object(), std::move(layout));
-  }
-}
-
-void ZAMXmlDocument::RestoreText(pugi::xml_node element, const TextLayout& layout) {
-  pugi::xml_node other = element.first_child();
-  int passed = 0;
-  for (const TextPiece& piece : layout.m_Pieces) {
-    for (; passed < piece.m_Before; ++passed) {
-      other = other.next_sibling();
-    }
-    Checked(other ? element.insert_child_before(piece.m_Type, other)
-                  : element.append_child(piece.m_Type),
-            piece.m_Value);
   }
 }

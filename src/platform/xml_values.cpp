@@ -83,11 +83,13 @@ int ZAMXml::Access::SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTe
     return 0;
   }
   const std::string stored = zam::StoredName(name.view());
-  pugi::xml_attribute attribute = element.attribute(stored.c_str());
-  if (!attribute) {
-    attribute = element.append_attribute(stored.c_str());
-  }
-  if (!attribute.set_value(Stored(value, element).c_str())) {
+  const std::string bytes = Stored(value, element);
+  const pugi::xml_attribute known = element.attribute(stored.c_str());
+  pugi::xml_attribute attribute = known ? known : element.append_attribute(stored.c_str());
+  if ((!known && !attribute.set_name(stored.c_str())) || !attribute.set_value(bytes.c_str())) {
+    if (!known) {
+      element.remove_attribute(attribute);
+    }
     throw _com_error(E_OUTOFMEMORY);
   }
   return 1;
@@ -100,7 +102,7 @@ std::string ZAMXml::Access::PathOf(pugi::xml_node element, int index) {
       index = 0;
       for (auto sibling = element.previous_sibling(element.name()); sibling;
            sibling = sibling.previous_sibling(element.name())) {
-        ++index;
+        index += sibling.type() == pugi::node_element ? 1 : 0;
       }
     }
     const std::string position = index > 0 ? '[' + std::to_string(index) + ']' : std::string();

@@ -79,8 +79,7 @@ std::int64_t ReadStretch(ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr&
   const std::int64_t start = attribute(u"start");
   const std::int64_t length = attribute(u"length");
   const std::int64_t size = block.m_BinaryLength;
-  if (block.m_Encoding != CSV || start < 0 || length < 0 || length > size ||
-      start > size - length) {
+  if (block.m_Encoding != CSV || start < 0 || length < 0 || start > size - length) {
     return 0;
   }
   xml.GetNodeText(data, text);

@@ -8,7 +8,7 @@
 Document::Document(const std::string& path, const std::string& name) : m_Name(name) {
   ZAMLog log;
   if (Open(FileName(path), &log) == 0) {
-    throw Failure(m_Name, "cannot open it", Reason(log));
+    throw Failure(m_Name, "cannot open it", Reason(log, path));
   }
 }
 
@@ -35,8 +35,7 @@ int Document::Position(const std::string& text) const {
   int number = 0;
   const char* end = text.data() + text.size();
   const auto [stopped, error] = std::from_chars(text.data(), end, number);
-  if (text.empty() || text[0] == '-' || stopped != end ||
-      error == std::errc::invalid_argument) {
+  if (text.empty() || text[0] == '-' || stopped != end || error == std::errc::invalid_argument) {
     throw Failure("", text, "a position is \"original\", \"last\" or the number of a modification");
   }
   if (error != std::errc() || number > Last()) {
@@ -58,11 +57,12 @@ void Document::ReadSections() {
   ZAMLog log;
   if (OnReadDocumentInfo(m_Xml, &log) == 0 || OnReadPatientInfo(m_Xml, &log) == 0 ||
       OnReadOrderInfo(m_Xml, &log) == 0 || OnReadStudyInfo(m_Xml, &log) == 0) {
-    throw Failure(m_Name, "cannot read its sections", Reason(log));
+    throw Failure(m_Name, "cannot read its sections", Reason(log, m_Name));
   }
 }
 
 int Document::Unreadable() {
-  const int stored = m_Xml.GetNodeCount(m_Xml.GetNode(u"KESTRANE_ZAM"), u"Modifications/Modification");
+  const int stored =
+      m_Xml.GetNodeCount(m_Xml.GetNode(u"KESTRANE_ZAM"), u"Modifications/Modification");
   return stored - GetHistoryCount();
 }

@@ -77,7 +77,7 @@ std::string Printable(const _bstr_t& value) {
 
 std::string Quoted(const _bstr_t& value) { return '"' + Printable(value) + '"'; }
 
-std::string Reason(const ZAMLog& log) {
+std::string Reason(const ZAMLog& log, const std::string& path) {
   if (log.GetLogCount() == 0) {
     return "no reason was given";
   }
@@ -85,6 +85,9 @@ std::string Reason(const ZAMLog& log) {
   std::string reason = Printable(entry.m_Detail.length() != 0 ? entry.m_Detail : entry.m_Text);
   if (reason.ends_with('.')) {
     reason.pop_back();
+  }
+  if (reason.starts_with(path + ": ")) {
+    reason.erase(0, path.size() + 2);
   }
   return reason;
 }

@@ -13,10 +13,11 @@ std::string WhyRefused(std::string_view value);
 _bstr_t FileName(const std::string& name);
 
 /// A value on one line of a terminal: control characters, line breaks and the characters that turn
-/// the direction of writing appear as escapes, so that nothing in a document can dress up as output.
+/// the direction of writing appear as escapes, so that nothing in a document can dress up as
+/// output.
 std::string Printable(const _bstr_t& value);
 /// The same in quotation marks.
 std::string Quoted(const _bstr_t& value);
 
-/// What the last entry of a log says, in one line without a full stop.
-std::string Reason(const ZAMLog& log);
+/// What the last entry of a log says about the file at a path, in one line without a full stop.
+std::string Reason(const ZAMLog& log, const std::string& path);

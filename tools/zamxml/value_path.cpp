@@ -1,6 +1,9 @@
 #include "value_path.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 #include "failure.h"
@@ -63,22 +66,22 @@ bool IsPlainName(std::string_view name) {
   return !name.empty() && WhyRefused(name).empty();
 }
 
-ValuePath ParseChangedPath(const std::string& text) {
+ValuePath ParseChangedPath(const std::string& file, const std::string& text) {
   const std::string shown = Printable(_bstr_t::FromUtf8(text));
   ValuePath path = Split(text);
   if (path.m_Element.size() < text.size() && !IsPlainName(path.m_Attribute)) {
-    throw Failure("", shown, "what follows \"@\" is no attribute name");
+    throw Failure(file, shown, "what follows \"@\" is no attribute name");
   }
   const std::vector<std::string> steps = StepsOf(path.m_Element);
   if (steps.front() == "Modifications") {
-    throw Failure("", shown, "the history itself is never changed");
+    throw Failure(file, shown, "the history itself is never changed");
   }
   for (const std::string& step : steps) {
     if (!NameAndIndex(step).second.empty()) {
-      throw Failure("", shown, "a change names the first element of a path only, so no index");
+      throw Failure(file, shown, "a change names the first element of a path only, so no index");
     }
     if (!IsPlainName(step)) {
-      throw Failure("", shown, "not every step of the path is an element name");
+      throw Failure(file, shown, "not every step of the path is an element name");
     }
   }
   return path;
@@ -129,4 +132,12 @@ std::vector<std::string> PathFilter::Idle() const {
     }
   }
   return idle;
+}
+
+int ReportIdle(const PathFilter& filter, const std::string& file) {
+  const std::vector<std::string> idle = filter.Idle();
+  for (const std::string& path : idle) {
+    fmt::print(stderr, "zamxml: {}: {}: it names nothing in the document\n", file, path);
+  }
+  return idle.empty() ? ExitFine : ExitFinding;
 }

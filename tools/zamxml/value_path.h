@@ -18,9 +18,9 @@ struct ValuePath {
 /// True for a name that is stored in a document as it is written here.
 bool IsPlainName(std::string_view name);
 
-/// Reads "PATH[@ATTR]" for a value that is to be changed. Failure unless every step is a plain name
-/// and the path leads anywhere but into the history.
-ValuePath ParseChangedPath(const std::string& text);
+/// Reads "PATH[@ATTR]" for a value of the file that is to be changed. Failure unless every step is
+/// a plain name and the path leads anywhere but into the history.
+ValuePath ParseChangedPath(const std::string& file, const std::string& text);
 
 /// The PATH[@ATTR] arguments of a verb: which values it is about.
 class PathFilter {
@@ -48,3 +48,6 @@ private:
 
   std::vector<Pattern> m_Patterns;
 };
+
+/// Says on the standard error which arguments took nothing; the exit code.
+int ReportIdle(const PathFilter& filter, const std::string& file);

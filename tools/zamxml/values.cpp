@@ -2,7 +2,8 @@
 
 #include <unordered_map>
 
-const char16_t* const NameParts[6] = {u"Full", u"Family", u"Given", u"Middle", u"Prefix", u"Suffix"};
+const char16_t* const NameParts[6] = {u"Full",   u"Family", u"Given",
+                                      u"Middle", u"Prefix", u"Suffix"};
 
 namespace {
 
@@ -47,10 +48,9 @@ IXMLDOMNodePtr FindElement(ZAMXml& tree, const _bstr_t& node) {
 
 }  // namespace
 
-void ForEachChild(
-    ZAMXml& tree, const IXMLDOMNodePtr& parent,
-    const std::function<void(const IXMLDOMNodePtr& child, const std::string& name, int index)>&
-        visit) {
+void ForEachChild(ZAMXml& tree, const IXMLDOMNodePtr& parent,
+                  const std::function<void(const IXMLDOMNodePtr& child, const std::string& name,
+                                           int index)>& visit) {
   std::unordered_map<std::string, int> seen;
   for (auto child = tree.GetFirstChildNode(parent); child; child = tree.GetNextNode(child)) {
     const std::string name = tree.GetNodeName(child).utf8();
@@ -119,8 +119,7 @@ std::vector<_bstr_t> Unfold(const _bstr_t& folded, ZAMXML_VTYPE type) {
   if (type == ZAMXML_VTYPE_NAME) {
     ZAMXMLName name;
     ZAMXMLChangeItem::DecodeXMLName(folded, name);
-    return {name.m_Full,   name.m_Family, name.m_Given,
-            name.m_Middle, name.m_Prefix, name.m_Suffix};
+    return {name.m_Full, name.m_Family, name.m_Given, name.m_Middle, name.m_Prefix, name.m_Suffix};
   }
   ZAMXMLStatement list;
   ZAMXMLChangeItem::DecodeXMLStatement(folded, list);

@@ -17,9 +17,9 @@ struct Value {
 
 /// Calls the function for every child element with its name and its index among the siblings of
 /// that name; takes time in proportion to their number.
-void ForEachChild(
-    ZAMXml& tree, const IXMLDOMNodePtr& parent,
-    const std::function<void(const IXMLDOMNodePtr& child, const std::string& name, int index)>& visit);
+void ForEachChild(ZAMXml& tree, const IXMLDOMNodePtr& parent,
+                  const std::function<void(const IXMLDOMNodePtr& child, const std::string& name,
+                                           int index)>& visit);
 
 /// A step as it is printed: "Extra", or "Extra[1]" after a first one.
 std::string Step(const std::string& name, int index);

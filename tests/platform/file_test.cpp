@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/tree.h"
+
+namespace {
+
+/// Notes which hooks are called, and does as it is told.
+class Recorder : public ZAMFile, public ZAMLog {
+public:
+  std::string m_Calls;
+  int m_nResult = 1;
+  bool m_Throws = false;
+
+protected:
+  void OnFileClose() override { m_Calls += "close "; }
+  int OnFileNew(ZAMLog*) override { return Step("new "); }
+  int OnFileOpen(const _bstr_t& path, ZAMLog*) override {
+    return Step("open:" + path.utf8() + ' ');
+  }
+  int OnFileSave(const _bstr_t& path, ZAMLog*) override {
+    return Step("save:" + path.utf8() + ' ');
+  }
+
+private:
+  int Step(const std::string& call) {
+    m_Calls += call;
+    if (m_Throws) {
+      throw _com_error(E_OUTOFMEMORY);
+    }
+    return m_nResult;
+  }
+};
+
+TEST(File, OpeningClosesWhatIsOpenedFirst) {
+  Recorder file;
+  EXPECT_EQ(file.Open(u"a", nullptr), 1);
+  EXPECT_EQ(file.m_strFilePath, u"a");
+  EXPECT_EQ(file.Open(u"b", nullptr), 1);
+  EXPECT_EQ(file.m_Calls, "open:a close open:b ");
+  EXPECT_NE(file.IsOpened(), 0);
+  file.Close();
+  EXPECT_EQ(file.IsOpened(), 0);
+  EXPECT_TRUE(file.m_strFilePath.IsEmpty());
+}
+
+TEST(File, AFailedOpenLeavesItClosed) {
+  for (const bool throws : {false, true}) {
+    Recorder file;
+    file.Open(u"a", nullptr);
+    file.m_Calls.clear();
+    file.m_nResult = 0;
+    file.m_Throws = throws;
+    if (throws) {
+      EXPECT_THROW(file.Open(u"b", nullptr), _com_error);
+    } else {
+      EXPECT_EQ(file.Open(u"b", nullptr), 0);
+    }
+    EXPECT_EQ(file.m_Calls, "close open:b close ");
+    EXPECT_EQ(file.IsOpened(), 0);
+    EXPECT_TRUE(file.m_strFilePath.IsEmpty());
+  }
+}
+
+TEST(File, OnlyASuccessfulSaveAsMakesThePathCurrent) {
+  Recorder file;
+  EXPECT_EQ(file.New(nullptr), 1);
+  EXPECT_EQ(file.Save(), 0);
+  EXPECT_EQ(file.m_Calls, "new ");
+  ASSERT_EQ(file.GetLogCount(), 1);
+  EXPECT_EQ(file.GetLog(0).m_Type, ZAM_LOG_TYPE_ERROR);
+  EXPECT_EQ(file.SaveAs(u"a", nullptr), 1);
+  file.m_nResult = 0;
+  EXPECT_EQ(file.SaveAs(u"b", nullptr), 0);
+  file.m_Throws = true;
+  EXPECT_THROW(file.SaveAs(u"c", nullptr), _com_error);
+  EXPECT_EQ(file.m_strFilePath, u"a");
+  EXPECT_NE(file.IsOpened(), 0);
+  file.m_Throws = false;
+  file.m_nResult = 1;
+  EXPECT_EQ(file.Save(), 1);
+  EXPECT_TRUE(file.m_Calls.ends_with("save:a ")) << file.m_Calls;
+  file.New(nullptr);
+  EXPECT_TRUE(file.m_strFilePath.IsEmpty());
+}
+
+TEST(Module, KeepsBytesUnderTheLow16Bits) {
+  using std::string_view_literals::operator""sv;
+  ZAMModule module;
+  EXPECT_FALSE(module.FindXmlResource(7));
+  module.AddXmlResource(0x10007, "a\0\xFF"sv);
+  EXPECT_EQ(module.FindXmlResource(7), "a\0\xFF"sv);
+  EXPECT_EQ(module.FindXmlResource(0xABCD0007), "a\0\xFF"sv);
+  EXPECT_FALSE(module.FindXmlResource(0x70000));
+  module.AddXmlResource(7, {});
+  EXPECT_EQ(module.FindXmlResource(7), ""sv);
+}
+
+}  // namespace

@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <optional>
+#include <string>
+
+#include "support/allocation.h"
+#include "support/failing_calls.h"
+#include "support/tree.h"
+
+namespace {
+
+/// Makes the n-th allocation fail: one of operator new, or one of malloc, which the tree uses.
+class Shortage {
+public:
+  Shortage(bool ofMalloc, int number) {
+    ofMalloc ? void(m_Malloc.emplace(test::Call::Malloc, number, ENOMEM))
+             : void(m_New.emplace(number));
+  }
+  bool Happened() const { return m_New ? m_New->Happened() : m_Malloc->Happened(); }
+
+private:
+  std::optional<test::FailingAllocation> m_New;
+  std::optional<test::FailingCall> m_Malloc;
+};
+
+/// Enough children that searching for them makes an index.
+const std::string Original = [] {
+  std::string bytes =
+      "<R><Text>before</Text><Mixed>a<b/>c<!-- x --><![CDATA[d]]></Mixed>\n  <Many>";
+  for (int i = 0; i < 40; ++i) {
+    bytes += "<One/>";
+  }
+  return bytes + "</Many></R>";
+}();
+
+/// Longer than a page of the tree, so that each needs an allocation of its own.
+const std::u16string Long(40000, u'n');
+const std::u16string LongPieces = Long + u"]]>\r" + Long;
+const std::u16string LongPath = u"Many/" + Long;
+const test::TemporaryFolder Folder;
+const std::string Opened = Folder.Path("opened.xml");
+const std::string SavedTo = Folder.Path("saved.xml");
+
+struct Step {
+  const char* m_Name;
+  int (*m_Do)(ZAMXml& xml, const IXMLDOMNodePtr& root);
+  bool m_Whole;  ///< a step that fails changes nothing; one that adds may leave an empty element
+};
+
+const Step Steps[] = {
+    {"Open", [](ZAMXml& xml, const IXMLDOMNodePtr&) { return xml.Open(Opened.c_str(), nullptr); },
+     true},
+    {"Copy",
+     [](ZAMXml& xml, const IXMLDOMNodePtr&) {
+       ZAMXml source;
+       return source.Open(Opened.c_str(), nullptr) != 0 ? xml.Copy(source, nullptr) : 0;
+     },
+     true},
+    {"SaveAs",
+     [](ZAMXml& xml, const IXMLDOMNodePtr&) { return xml.SaveAs(SavedTo.c_str(), nullptr); }, true},
+    {"SetChildNodeText",
+     [](ZAMXml& xml, const IXMLDOMNodePtr& root) {
+       return xml.SetChildNodeText(root, u"Text", Long);
+     },
+     true},
+    {"SetChildNodeText, mixed",
+     [](ZAMXml& xml, const IXMLDOMNodePtr& root) {
+       return xml.SetChildNodeText(root, u"Mixed", LongPieces);
+     },
+     true},
+    {"SetChildNodeText, new",
+     [](ZAMXml& xml, const IXMLDOMNodePtr& root) { return xml.SetChildNodeText(root, Long, Long); },
+     false},
+    {"SetNodeAttribute",
+     [](ZAMXml& xml, const IXMLDOMNodePtr& root) { return xml.SetNodeAttribute(root, Long, Long); },
+     true},
+    {"AddChildNode",
+     [](ZAMXml& xml, const IXMLDOMNodePtr& root) {
+       return xml.AddChildNode(root, LongPath, Long) ? 1 : 0;
+     },
+     false},
+    {"RemoveChildNodeAll",
+     [](ZAMXml& xml, const IXMLDOMNodePtr& root) {
+       return xml.GetNodeCount(root, u"Many/One") == 40 ? xml.RemoveChildNodeAll(root, u"Many/One")
+                                                        : 0;
+     },
+     true},
+};
+
+/// Takes the step on a fresh tree while the n-th allocation fails; whether one failed.
+bool FailsOn(const Step& step, bool ofMalloc, int number) {
+  ZAMXml xml;
+  xml.SetDurable(0);
+  test::Load(xml, Original);
+  const IXMLDOMNodePtr root = xml.GetNode(u"R");
+  int result = 0;
+  bool happened = false;
+  {
+    const Shortage shortage(ofMalloc, number);
+    try {
+      result = step.m_Do(xml, root);
+    } catch (const _com_error& error) {
+      EXPECT_EQ(error.Error(), E_OUTOFMEMORY);
+    }
+    happened = shortage.Happened();
+  }
+  EXPECT_TRUE(happened || result == 1);
+  const std::string after = test::Saved(xml);
+  EXPECT_TRUE(result == 1 || !step.m_Whole || after == Original) << after.substr(0, 200);
+  ZAMXml reopened;
+  EXPECT_NO_THROW(test::Load(reopened, after));
+  EXPECT_EQ(xml.SetChildNodeText(xml.GetNode(u"R"), u"Many/One", u"usable"), 1);
+  return happened;
+}
+
+TEST(Memory, WithoutItAStepFailsAndTheTreeIsUsable) {
+  test::WriteBytes(Opened, "<R><Other/></R>");
+  for (const Step& step : Steps) {
+    for (int ofMalloc = 0; ofMalloc <= TEST_MALLOC_CAN_FAIL; ++ofMalloc) {
+      bool happened = true;
+      for (int number = 1; happened; ++number) {
+        SCOPED_TRACE(testing::Message()
+                     << step.m_Name << (ofMalloc != 0 ? ", malloc " : ", new ") << number);
+        const long live = test::LiveAllocations();
+        happened = FailsOn(step, ofMalloc != 0, number);
+        EXPECT_EQ(test::LiveAllocations(), live);
+        ASSERT_LT(number, 2000);
+      }
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/allocation.h"
+#include "support/tree.h"
+
+namespace {
+
+using std::string_literals::operator""s;
+using std::string_view_literals::operator""sv;
+
+TEST(Text, NullAndEmptyAreEqualButNotTheSame) {
+  const _bstr_t null;
+  const _bstr_t empty(u"");
+  EXPECT_TRUE(!null);
+  EXPECT_FALSE(!empty);
+  EXPECT_EQ(null.GetBSTR(), nullptr);
+  EXPECT_EQ(empty.GetBSTR()[0], u'\0');
+  EXPECT_EQ(null, empty);
+  EXPECT_NE(null, _bstr_t(u" "));
+  EXPECT_EQ(null.length() + empty.length(), 0U);
+  for (const auto& made : {_bstr_t(static_cast<const char16_t*>(nullptr)),
+                           _bstr_t(static_cast<const wchar_t*>(nullptr)),
+                           _bstr_t(static_cast<const char*>(nullptr)), _bstr_t(ZAMTextView())}) {
+    EXPECT_TRUE(!made);
+  }
+  for (const auto& made : {_bstr_t(std::u16string_view()), _bstr_t(std::u16string()), _bstr_t(L""),
+                           _bstr_t(""), _bstr_t(CString()), _bstr_t::FromUtf8({})}) {
+    EXPECT_FALSE(!made);
+  }
+  EXPECT_TRUE(!(null + null));
+  EXPECT_FALSE(!(null + empty));
+  EXPECT_EQ(_bstr_t(u"a") + null + _bstr_t(u"b"), _bstr_t(u"ab"));
+}
+
+TEST(Text, CarriesItsLengthAndSharesNoChange) {
+  _bstr_t text(u"a\0b"sv);
+  const _bstr_t copy(text);
+  text += text;
+  EXPECT_EQ(text.view(), u"a\0ba\0b"sv);
+  EXPECT_EQ(text.GetBSTR()[6], u'\0');
+  EXPECT_EQ(copy.view(), u"a\0b"sv);
+  EXPECT_LT(_bstr_t(u"a"), copy);
+  text = *&text;
+  EXPECT_EQ(text.length(), 6U);
+  const _bstr_t moved(std::move(text));
+  EXPECT_EQ(CString(moved).GetLength(), 6);
+  EXPECT_EQ(_bstr_t(CString(copy)).view(), copy.view());
+}
+
+TEST(Text, BadUnitsAndBytesBecomeReplacementCharacters) {
+  const struct {
+    std::string m_Bytes;
+    std::u16string m_Units;
+  } fromBytes[] = {{"\xE2\x82\xAC\xF0\x9F\x98\x80", u"\u20AC\U0001F600"},
+                   {"a\0b"s, u"a\0b"s},
+                   {"a\xFF", u"a\uFFFD"},
+                   {"\xE2\x82", u"\uFFFD"},
+                   {"\xC3(", u"\uFFFD("},
+                   {"\x80z", u"\uFFFDz"},
+                   {"\xC0\xAF/", u"\uFFFD/"},
+                   {"\xED\xA0\x80", u"\uFFFD"},
+                   {"\xF4\x90\x80\x80|", u"\uFFFD|"}};
+  for (const auto& row : fromBytes) {
+    EXPECT_EQ(_bstr_t::FromUtf8(row.m_Bytes).view(), row.m_Units) << row.m_Bytes;
+  }
+  const struct {
+    std::u16string m_Units;
+    const char* m_Bytes;
+  } toBytes[] = {{u"\xD83D\xDE00", "\xF0\x9F\x98\x80"},
+                 {u"a\xD83D", "a\xEF\xBF\xBD"},
+                 {u"\xDE00z", "\xEF\xBF\xBDz"},
+                 {u"\xD83D\xD83D\xDE00", "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
+                 {u"\x7F\x80\x7FF\x800\xFFFF", "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"}};
+  for (const auto& row : toBytes) {
+    EXPECT_EQ(_bstr_t(row.m_Units).utf8(), row.m_Bytes);
+  }
+  EXPECT_EQ(_bstr_t(L"\U0001F600\u00E9").view(), u"\U0001F600\u00E9");
+  EXPECT_EQ(_bstr_t("\xC3\xA9").view(), u"\u00E9");
+}
+
+TEST(Text, CopiesMayBeUsedByThreadsAtOnce) {
+  const _bstr_t shared(u"shared by all");
+  std::vector<std::thread> threads;
+  std::vector<std::size_t> wrong(4);
+  for (std::size_t i = 0; i < wrong.size(); ++i) {
+    threads.emplace_back([copy = shared, &failures = wrong[i]] {
+      for (int round = 0; round < 2000; ++round) {
+        _bstr_t other(copy);
+        const _bstr_t moved(std::move(other));
+        other = moved;
+        failures += other == moved && other.length() == 13 ? 0 : 1;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, std::vector<std::size_t>(4));
+  EXPECT_EQ(shared, _bstr_t(u"shared by all"));
+}
+
+TEST(Text, WithoutMemoryNothingChanges) {
+  _bstr_t text(u"kept");
+  CString string(u"kept");
+  const std::u16string longer(100, u'x');
+  const std::string bytes(100, '\xC3');
+  ZAMArray<std::u16string> array;
+  const std::function<void()> steps[] = {[&] { text = _bstr_t(longer); },
+                                         [&] { text += text; },
+                                         [&] { text = L"wide and long enough"; },
+                                         [&] { text = bytes.c_str(); },
+                                         [&] { string += ZAMTextView(longer); },
+                                         [&] { string.Reserve(1000); },
+                                         [&] { string = CString(ZAMTextView(longer)); },
+                                         [&] { array.Add({}); }};
+  for (const auto& step : steps) {
+    const test::FailingAllocation failing(1);
+    try {
+      step();
+      ADD_FAILURE() << "no exception from step " << &step - steps;
+    } catch (const _com_error& error) {
+      EXPECT_EQ(error.Error(), E_OUTOFMEMORY);
+    }
+  }
+  EXPECT_EQ(text, _bstr_t(u"kept"));
+  EXPECT_EQ(string, u"kept");
+  EXPECT_EQ(array.GetCount(), 0);
+}
+
+TEST(GrowableString, IsNeverNullAndGrowsFromItself) {
+  CString string(static_cast<const char16_t*>(nullptr));
+  EXPECT_TRUE(string.IsEmpty());
+  EXPECT_EQ(string.GetString()[0], u'\0');
+  EXPECT_FALSE(!static_cast<_bstr_t>(string));
+  string += u"ab";
+  string += u'\0';
+  string += string;
+  EXPECT_EQ(string.view(), u"ab\0ab\0"sv);
+  EXPECT_EQ(string.GetLength(), 6);
+  EXPECT_LT(CString(u"ab"), string);
+  const CString copy(string);
+  string.Empty();
+  EXPECT_TRUE(string.IsEmpty());
+  EXPECT_EQ(string, _bstr_t());
+  EXPECT_EQ(copy.GetLength(), 6);
+}
+
+TEST(Array, RefusesIndexesOutsideIt) {
+  ZAMArray<int> array;
+  EXPECT_THROW(array.GetAt(0), CInvalidArgException);
+  EXPECT_EQ(array.Add(7), 0);
+  EXPECT_EQ(array.Add(8), 1);
+  EXPECT_EQ(array[1], 8);
+  for (const int index : {-1, 2, 1 << 30}) {
+    EXPECT_THROW(array[index], CInvalidArgException);
+    EXPECT_THROW(std::as_const(array).GetAt(index), CInvalidArgException);
+  }
+  array.RemoveAll();
+  EXPECT_THROW(array[0], CInvalidArgException);
+}
+
+}  // namespace

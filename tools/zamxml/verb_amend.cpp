@@ -1,0 +1,72 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "failure.h"
+#include "input.h"
+#include "recording.h"
+#include "verbs.h"
+
+namespace {
+
+struct Options : RecordingOptions {
+  std::vector<std::string> m_Set;
+  std::vector<std::string> m_Names;
+  std::vector<std::vector<std::string>> m_Statements;
+  std::string m_From;
+};
+
+std::vector<Edit> ReadEdits(const Options& options) {
+  std::vector<Edit> edits;
+  if (!options.m_From.empty()) {
+    const Input input(options.m_From);
+    edits = ParseJsonEdits(options.m_File, options.m_From, input.ReadAll());
+  }
+  for (const std::string& argument : options.m_Set) {
+    edits.push_back(ParseTextEdit(options.m_File, argument));
+  }
+  for (const std::string& argument : options.m_Names) {
+    edits.push_back(ParseNameEdit(options.m_File, argument));
+  }
+  for (const std::vector<std::string>& arguments : options.m_Statements) {
+    edits.push_back(ParseStatementsEdit(options.m_File, arguments));
+  }
+  if (edits.empty()) {
+    throw Failure(options.m_File, "no change is given", "--set, --name, --statements or --from");
+  }
+  RefuseRepeated(options.m_File, edits);
+  return edits;
+}
+
+int Run(const Options& options) {
+  const std::vector<Edit> edits = ReadEdits(options);
+  return RecordModification("amend", options, [&](Document&) { return edits; });
+}
+
+}  // namespace
+
+void AddAmend(CLI::App& app, int& exitCode) {
+  // How many texts one --statements takes; without a bound the parser would split "[a,b]".
+  constexpr int MaximumStatements = 1000;
+
+  auto options = std::make_shared<Options>();
+  CLI::App* verb = app.add_subcommand("amend", "Record one modification of any number of changes");
+  AddRecordingOptions(*verb, *options);
+  verb->add_option("--set", options->m_Set, "A text: PATH[@ATTR]=VALUE; may be repeated")
+      ->allow_extra_args(false);
+  verb->add_option("--name", options->m_Names,
+                   "A name: PATH=FULL^FAMILY^GIVEN^MIDDLE^PREFIX^SUFFIX; may be repeated")
+      ->allow_extra_args(false);
+  verb->add_option_function<std::vector<std::string>>(
+          "--statements",
+          [options](const std::vector<std::string>& texts) {
+            options->m_Statements.push_back(texts);
+          },
+          "A list: PATH=TEXT and more texts; may be repeated")
+      ->trigger_on_parse()
+      ->expected(1, MaximumStatements)
+      ->allow_extra_args(false);
+  verb->add_option("--from", options->m_From, "Changes from a JSON file; - is the standard input");
+  verb->add_flag("--create", options->m_Create, "Let changes add elements and attributes");
+  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+}

@@ -1,0 +1,110 @@
+#include <fmt/format.h>
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "change_list.h"
+#include "document.h"
+#include "failure.h"
+#include "input.h"
+#include "json_form.h"
+#include "output.h"
+#include "text.h"
+#include "values.h"
+#include "verbs.h"
+
+namespace {
+
+struct Options {
+  std::string m_File;
+  std::vector<std::string> m_Paths;
+  bool m_Json = false;
+};
+
+/// The modification that changed a value last, by its path; what no modification changed is not in
+/// it.
+using Setters = std::unordered_map<std::string, int>;
+
+std::unordered_map<std::string, _bstr_t> ReadAllTouched(Document& document,
+                                                        const ZAMXMLModification& modification) {
+  std::unordered_map<std::string, _bstr_t> texts;
+  for (const ZAMXMLChangeItem* item : modification.m_Changes) {
+    for (const Value& value : ReadTouched(document.m_Xml, *item)) {
+      texts.emplace(value.m_Path.Whole(), value.m_Text);
+    }
+  }
+  return texts;
+}
+
+/// Walks to the last state and compares what each modification touches before and after it.
+Setters WalkHistory(Document& document) {
+  Setters setters;
+  for (int number = 0; number <= document.Last(); ++number) {
+    const ZAMXMLModification& modification = document.Modification(number);
+    auto before = ReadAllTouched(document, modification);
+    document.MoveTo(number);
+    for (const auto& [path, text] : ReadAllTouched(document, modification)) {
+      const auto old = before.find(path);
+      if (old == before.end() || old->second != text) {
+        setters[path] = number;
+      }
+      before.erase(path);
+    }
+    for (const auto& gone : before) {
+      setters.erase(gone.first);
+    }
+  }
+  return setters;
+}
+
+void PrintValue(const Document& document, const Value& value, int setter) {
+  const std::string path = Printable(_bstr_t::FromUtf8(value.m_Path.Whole()));
+  if (setter == Document::Original) {
+    fmt::print("original  {} = {}\n", path, Quoted(value.m_Text));
+  } else {
+    fmt::print("{}  {} = {}\n", Headline(document.Modification(setter), setter), path,
+               Quoted(value.m_Text));
+  }
+}
+
+int Run(const Options& options) {
+  const PathFilter filter(options.m_Paths);
+  const Input input(options.m_File);
+  Document document(input.Path(), options.m_File);
+  const Setters setters = WalkHistory(document);
+  Json json = JsonOutput("blame", options.m_File);
+  json["values"] = Json::array();
+  for (const Value& value : ReadValues(document.m_Xml)) {
+    if (!filter.Takes(value.m_Path)) {
+      continue;
+    }
+    const auto found = setters.find(value.m_Path.Whole());
+    const int setter = found == setters.end() ? Document::Original : found->second;
+    if (options.m_Json) {
+      Json entry = ToJson(value);
+      entry["modification"] = setter == Document::Original
+                                  ? Json(nullptr)
+                                  : JsonHead(document.Modification(setter), setter);
+      json["values"].push_back(std::move(entry));
+    } else {
+      PrintValue(document, value, setter);
+    }
+  }
+  if (options.m_Json) {
+    PrintJson(json);
+  }
+  return ReportIdle(filter, options.m_File);
+}
+
+}  // namespace
+
+void AddBlame(CLI::App& app, int& exitCode) {
+  auto options = std::make_shared<Options>();
+  CLI::App* verb = app.add_subcommand("blame", "Show which modification set each value last");
+  verb->add_option("FILE", options->m_File, "The document")->required();
+  verb->add_option("PATH", options->m_Paths, "Only these values: PATH[@ATTR]");
+  verb->add_flag("--json", options->m_Json, "Print JSON");
+  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+}

@@ -1,0 +1,71 @@
+#include <memory>
+#include <string>
+
+#include "document.h"
+#include "failure.h"
+#include "input.h"
+#include "json_form.h"
+#include "values.h"
+#include "verbs.h"
+
+namespace {
+
+struct Options {
+  std::string m_File;
+  std::string m_At = "original";
+};
+
+Json ElementToJson(ZAMXml& tree, const IXMLDOMNodePtr& element, const std::string& name,
+                   const char* leftOut) {
+  Json json{{"name", name}};
+  _bstr_t attribute;
+  _bstr_t text;
+  for (int i = 0; tree.GetAttribute(element, i, attribute, text) != 0; ++i) {
+    json["attributes"][attribute.utf8()] = text.utf8();
+  }
+  tree.GetNodeText(element, text);
+  if (text.length() != 0) {
+    json["text"] = text.utf8();
+  }
+  ForEachChild(tree, element, [&](const IXMLDOMNodePtr& child, const std::string& childName, int) {
+    if (leftOut == nullptr || childName != leftOut) {
+      json["children"].push_back(ElementToJson(tree, child, childName, nullptr));
+    }
+  });
+  return json;
+}
+
+int Run(const Options& options) {
+  const Input input(options.m_File);
+  Document document(input.Path(), options.m_File);
+  if (document.Unreadable() > 0) {
+    throw Failure(options.m_File, "cannot export it",
+                  "its history holds a modification that cannot be read and would be lost",
+                  ExitFinding);
+  }
+  const int position = document.Position(options.m_At);
+  document.MoveTo(position);
+  Json json = JsonOutput("export", options.m_File);
+  json["position"] = position;
+  json["document"] = ElementToJson(document.m_Xml, document.m_Xml.GetNode(u"KESTRANE_ZAM"),
+                                   "KESTRANE_ZAM", "Modifications");
+  json["modifications"] = Json::array();
+  for (int number = position + 1; number <= document.Last(); ++number) {
+    json["modifications"].push_back(ToJson(document.Modification(number), number));
+  }
+  PrintJson(json);
+  return ExitFine;
+}
+
+}  // namespace
+
+void AddExport(CLI::App& app, int& exitCode) {
+  auto options = std::make_shared<Options>();
+  CLI::App* verb =
+      app.add_subcommand("export", "Print a document and its history as one JSON document");
+  verb->add_option("FILE", options->m_File, "The document")->required();
+  verb->add_option("--at", options->m_At,
+                   "The content at this position, and the modifications after it")
+      ->capture_default_str();
+  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+}

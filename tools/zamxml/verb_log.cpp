@@ -1,0 +1,127 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <regex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "change_list.h"
+#include "document.h"
+#include "failure.h"
+#include "input.h"
+#include "json_form.h"
+#include "output.h"
+#include "text.h"
+#include "verbs.h"
+
+namespace {
+
+struct Options {
+  std::string m_File;
+  std::string m_User;
+  std::string m_Since;
+  std::string m_Until;
+  std::vector<std::string> m_Paths;
+  bool m_Patch = false;
+  bool m_Json = false;
+};
+
+/// A date, or date and time up to the minute or second; "T" may stand between them.
+std::string ParseStamp(const char* option, std::string text) {
+  static const std::regex form(R"(\d{4}-\d\d-\d\d([ T]\d\d:\d\d(:\d\d)?)?)");
+  if (!text.empty() && !std::regex_match(text, form)) {
+    throw Failure("", fmt::format("{} {}", option, text),
+                  "a date is written 2024-03-05, with a time 2024-03-05 14:07");
+  }
+  std::replace(text.begin(), text.end(), 'T', ' ');
+  return text;
+}
+
+class Selection {
+public:
+  explicit Selection(const Options& options)
+      : m_User(_bstr_t::FromUtf8(options.m_User)),
+        m_Since(ParseStamp("--since", options.m_Since)),
+        m_Until(ParseStamp("--until", options.m_Until)),
+        m_Paths(options.m_Paths) {}
+
+  const PathFilter& Paths() const { return m_Paths; }
+
+  bool Takes(const ZAMXMLModification& modification) const {
+    if (m_User.length() != 0 && m_User != modification.m_UserID &&
+        m_User != modification.m_UserName) {
+      return false;
+    }
+    // Only as much of the stamp counts as was given: a day as an end includes that day.
+    const std::string stamp = modification.m_Date.utf8() + ' ' + modification.m_Time.utf8();
+    const std::string_view view = stamp;
+    if ((!m_Since.empty() && view.substr(0, m_Since.size()) < m_Since) ||
+        (!m_Until.empty() && view.substr(0, m_Until.size()) > m_Until)) {
+      return false;
+    }
+    return m_Paths.TakesAll() ||
+           std::any_of(modification.m_Changes.begin(), modification.m_Changes.end(),
+                       [this](const ZAMXMLChangeItem* item) { return Concerns(m_Paths, *item); });
+  }
+
+private:
+  _bstr_t m_User;
+  std::string m_Since;
+  std::string m_Until;
+  PathFilter m_Paths;
+};
+
+void PrintModification(const ZAMXMLModification& modification, int number, const Options& options,
+                       const Selection& selection) {
+  fmt::print("{}  {} change{}  {}\n", Headline(modification, number), modification.GetCount(),
+             modification.GetCount() == 1 ? "" : "s", Printable(modification.m_UID));
+  if (options.m_Patch) {
+    PrintChanges(modification, selection.Paths());
+  }
+}
+
+int Run(const Options& options) {
+  const Selection selection(options);
+  const Input input(options.m_File);
+  Document document(input.Path(), options.m_File);
+  Json json = JsonOutput("log", options.m_File);
+  json["modifications"] = Json::array();
+  for (int number = 0; number <= document.Last(); ++number) {
+    const ZAMXMLModification& modification = document.Modification(number);
+    if (!selection.Takes(modification)) {
+      continue;
+    }
+    if (options.m_Json) {
+      json["modifications"].push_back(ToJson(modification, number));
+    } else {
+      PrintModification(modification, number, options, selection);
+    }
+  }
+  if (options.m_Json) {
+    PrintJson(json);
+  }
+  if (document.Unreadable() > 0) {
+    throw Failure(options.m_File, "its history is not whole",
+                  fmt::format("{} in it cannot be read", document.Unreadable()), ExitFinding);
+  }
+  return ExitFine;
+}
+
+}  // namespace
+
+void AddLog(CLI::App& app, int& exitCode) {
+  auto options = std::make_shared<Options>();
+  CLI::App* verb = app.add_subcommand("log", "Show the history of a document");
+  verb->add_option("FILE", options->m_File, "The document")->required();
+  verb->add_flag("-p,--patch", options->m_Patch, "Show each change, old and new");
+  verb->add_option("--user", options->m_User,
+                   "Only modifications of this user (identifier or name)");
+  verb->add_option("--since", options->m_Since, "Only from this date (and time) on");
+  verb->add_option("--until", options->m_Until, "Only up to this date (and time), inclusive");
+  verb->add_option("--path", options->m_Paths, "Only what changes this value; may be repeated")
+      ->allow_extra_args(false);
+  verb->add_flag("--json", options->m_Json, "Print JSON");
+  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+}

@@ -1,0 +1,92 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "edits.h"
+#include "failure.h"
+#include "file_lock.h"
+#include "text.h"
+#include "verbs.h"
+
+namespace {
+
+struct Options {
+  std::string m_File;
+  std::vector<std::string> m_Set;
+  bool m_Create = false;
+  bool m_Force = false;
+};
+
+/// A document whose values are put into the tree when the sections have been written.
+class NewDocument : public ZAMXMLFile {
+public:
+  NewDocument(const Options& options, std::vector<Edit> edits)
+      : m_Options(options), m_Edits(std::move(edits)) {}
+
+protected:
+  int OnWriteNonStandard(ZAMXml& xml, ZAMLog* /*log*/) override {
+    const IXMLDOMNodePtr root = xml.GetNode(u"KESTRANE_ZAM");
+    for (const Edit& edit : m_Edits) {
+      Set(xml, root, edit);
+    }
+    return 1;
+  }
+
+private:
+  void Set(ZAMXml& xml, const IXMLDOMNodePtr& root, const Edit& edit) const {
+    const _bstr_t path = _bstr_t::FromUtf8(edit.m_Path.m_Element);
+    const _bstr_t attribute = _bstr_t::FromUtf8(edit.m_Path.m_Attribute);
+    const _bstr_t value = _bstr_t::FromUtf8(edit.m_New);
+    IXMLDOMNodePtr element = xml.GetChildNode(root, path);
+    _bstr_t current;
+    const bool exists = element && (attribute.length() == 0 ||
+                                    xml.GetNodeAttribute(element, attribute, current) != 0);
+    if (!exists && !m_Options.m_Create) {
+      throw Failure(m_Options.m_File, edit.m_Path.Whole(),
+                    "it names nothing in a new document; --create adds it");
+    }
+    if (!element) {
+      element = xml.AddChildNode(root, path, nullptr);
+    }
+    if (attribute.length() == 0 && xml.GetFirstChildNode(element)) {
+      throw Failure(m_Options.m_File, edit.m_Path.Whole(),
+                    "it holds elements of its own; name one of them");
+    }
+    const int set = attribute.length() == 0 ? xml.SetNodeText(element, value)
+                                            : xml.SetNodeAttribute(element, attribute, value);
+    if (set == 0) {
+      throw Failure(m_Options.m_File, edit.m_Path.Whole(), Reason(xml, m_Options.m_File));
+    }
+  }
+
+  const Options& m_Options;
+  std::vector<Edit> m_Edits;
+};
+
+int Run(const Options& options) {
+  std::vector<Edit> edits;
+  for (const std::string& argument : options.m_Set) {
+    edits.push_back(ParseTextEdit(options.m_File, argument));
+  }
+  RefuseRepeated(options.m_File, edits);
+  const CreationLock lock(options.m_File, options.m_Force);
+  NewDocument document(options, std::move(edits));
+  ZAMLog log;
+  if (document.New(&log) == 0 || document.SaveAs(FileName(options.m_File), &log) == 0) {
+    throw Failure(options.m_File, "cannot save it", Reason(log, options.m_File));
+  }
+  return ExitFine;
+}
+
+}  // namespace
+
+void AddNew(CLI::App& app, int& exitCode) {
+  auto options = std::make_shared<Options>();
+  CLI::App* verb = app.add_subcommand("new", "Make a new document");
+  verb->add_option("FILE", options->m_File, "The document")->required();
+  verb->add_option("--set", options->m_Set, "A value: PATH[@ATTR]=VALUE; may be repeated")
+      ->allow_extra_args(false);
+  verb->add_flag("--create", options->m_Create, "Let --set add elements and attributes");
+  verb->add_flag("--force", options->m_Force, "Replace a file that exists");
+  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+}

@@ -1,0 +1,179 @@
+#include <fmt/format.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "document.h"
+#include "failure.h"
+#include "input.h"
+#include "json_form.h"
+#include "output.h"
+#include "text.h"
+#include "values.h"
+#include "verbs.h"
+
+namespace {
+
+struct Options {
+  std::string m_File;
+  std::vector<std::string> m_Paths;
+  std::string m_At = "last";
+  bool m_Json = false;
+};
+
+using Rows = std::vector<std::pair<const char*, _bstr_t>>;
+
+_bstr_t WithUnit(const _bstr_t& value, const _bstr_t& unit) {
+  return value.length() == 0 || unit.length() == 0 ? value : value + u" " + unit;
+}
+
+_bstr_t NameOf(const ZAMXMLName& name) { return name.GetFullName(ZAM_NAME_STYLE_GIVEN_FIRST, 1); }
+
+_bstr_t SexOf(const ZAMXMLPatientInfo& patient) {
+  return patient.m_Gender.length() == 0 ? patient.m_GenderCode
+                                        : patient.m_Gender + u" (" + patient.m_GenderCode + u")";
+}
+
+/// A section in plain words; what is empty is left out.
+void PrintRows(const char* title, const Rows& rows) {
+  fmt::print("\n{}\n", Painted(Colour::Title, title));
+  for (const auto& [label, value] : rows) {
+    if (value.length() != 0) {
+      fmt::print("  {:<16} {}\n", label, Printable(value));
+    }
+  }
+}
+
+void PrintQuestions(const ZAMXMLExtraQuestion& questions) {
+  if (questions.GetCount() == 0) {
+    return;
+  }
+  fmt::print("\n{}\n", Painted(Colour::Title, "Questions"));
+  _bstr_t question;
+  _bstr_t answer;
+  for (int i = 0; questions.GetQuestion(i, question, answer) != 0; ++i) {
+    fmt::print("  {}  {}\n", Printable(question), Painted(Colour::New, Printable(answer)));
+  }
+}
+
+bool IsOwnSection(const std::string& name) {
+  return name == "DocumentInfo" || name == "PatientInfo" || name == "OrderInfo" ||
+         name == "StudyInfo";
+}
+
+/// Sections that the records do not know are named with how much they hold.
+void PrintOthers(Document& document) {
+  std::map<std::string, int> counts;
+  for (const Value& value : ReadValues(document.m_Xml)) {
+    const std::string section = value.m_Path.m_Element.substr(0, value.m_Path.m_Element.find('/'));
+    if (!IsOwnSection(section)) {
+      ++counts[section];
+    }
+  }
+  for (const auto& [section, count] : counts) {
+    fmt::print("\n{}\n  {} value{}\n",
+               Painted(Colour::Title, Printable(_bstr_t::FromUtf8(section))), count,
+               count == 1 ? "" : "s");
+  }
+}
+
+void PrintSections(Document& document, int position) {
+  document.ReadSections();
+  const auto& header = document.m_DocInfo;
+  const auto& patient = document.m_PatientInfo;
+  const auto& order = document.m_OrderInfo;
+  const auto& study = document.m_StudyInfo;
+  fmt::print("{}: {}, {} modification{} in all\n", document.Name(),
+             position == Document::Original ? "the original content"
+                                            : fmt::format("after modification {}", position),
+             document.Last() + 1, document.Last() == 0 ? "" : "s");
+  PrintRows("Document", {{"Kind", header.m_ID},
+                         {"Type", header.m_Type},
+                         {"Version", header.m_Version},
+                         {"Author", header.m_Author},
+                         {"Application", header.m_Application},
+                         {"Institution", header.m_InstitutionName},
+                         {"Matching UID", header.m_MatchingUID}});
+  PrintRows("Patient", {{"Identifier", patient.m_ID},
+                        {"Name", NameOf(patient.m_Name)},
+                        {"Born", patient.m_BirthDate},
+                        {"Sex", SexOf(patient)},
+                        {"Age", WithUnit(patient.m_Age, patient.m_AgeUnit)},
+                        {"Race", patient.m_Race},
+                        {"Height", WithUnit(patient.m_Height, patient.m_HeightUnit)},
+                        {"Weight", WithUnit(patient.m_Weight, patient.m_WeightUnit)},
+                        {"Second identifier", patient.m_BackupID}});
+  PrintRows("Order", {{"Identifier", order.m_ID},
+                      {"Date", order.m_Date},
+                      {"Time", order.m_Time},
+                      {"Department", order.m_Department},
+                      {"Room", order.m_RoomNumber},
+                      {"Author", NameOf(order.m_AuthorName)},
+                      {"Comment", order.m_Comment}});
+  PrintRows("Study", {{"Identifier", study.m_ID},
+                      {"Date", study.m_Date},
+                      {"Time", study.m_Time},
+                      {"Department", study.m_Department},
+                      {"Room", study.m_RoomNumber},
+                      {"Author", NameOf(study.m_AuthorName)},
+                      {"Device vendor", study.m_DeviceInfo.m_Vendor},
+                      {"Device model", study.m_DeviceInfo.m_Model},
+                      {"Modality", study.m_DeviceInfo.m_Modality},
+                      {"Device code", study.m_DeviceInfo.m_Code},
+                      {"Serial number", study.m_DeviceInfo.m_SerialNo},
+                      {"Status", study.m_Status},
+                      {"Comment", study.m_Comment}});
+  PrintQuestions(study.m_ExtraQuestions);
+  PrintOthers(document);
+}
+
+int PrintValues(Document& document, const Options& options, int position) {
+  const PathFilter filter(options.m_Paths);
+  Json json = JsonOutput("show", options.m_File);
+  json["position"] = position;
+  json["last"] = document.Last();
+  json["values"] = Json::array();
+  for (const Value& value : ReadValues(document.m_Xml)) {
+    if (!filter.Takes(value.m_Path)) {
+      continue;
+    }
+    if (options.m_Json) {
+      json["values"].push_back(ToJson(value));
+    } else {
+      fmt::print("{} = {}\n", Printable(_bstr_t::FromUtf8(value.m_Path.Whole())),
+                 Quoted(value.m_Text));
+    }
+  }
+  if (options.m_Json) {
+    PrintJson(json);
+  }
+  return ReportIdle(filter, options.m_File);
+}
+
+int Run(const Options& options) {
+  const Input input(options.m_File);
+  Document document(input.Path(), options.m_File);
+  const int position = document.Position(options.m_At);
+  document.MoveTo(position);
+  if (options.m_Json || !options.m_Paths.empty()) {
+    return PrintValues(document, options, position);
+  }
+  PrintSections(document, position);
+  return ExitFine;
+}
+
+}  // namespace
+
+void AddShow(CLI::App& app, int& exitCode) {
+  auto options = std::make_shared<Options>();
+  CLI::App* verb = app.add_subcommand("show", "Show what a document holds");
+  verb->add_option("FILE", options->m_File, "The document")->required();
+  verb->add_option("PATH", options->m_Paths, "Only these values: PATH[@ATTR]");
+  verb->add_option("--at", options->m_At, "Position: original, last or a number")
+      ->capture_default_str();
+  verb->add_flag("--json", options->m_Json, "Print JSON");
+  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+}
