@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "document/memory.h"
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "zamxml/document.h"
@@ -56,6 +57,7 @@ int ZAMXMLFile::SetHistory(int position) {
 /// been applied: so that position is kept, and the next move goes by way of the original.
 void ZAMXMLFile::MoveTree(int position) {
   const int highest = std::max(m_nHistory, position);
+  m_Xml.ClearLog();
   try {
     if (m_nStale != 0) {
       if (ZAMXMLFile::OnWriteModification(m_Xml, nullptr) == 0) {
@@ -64,6 +66,9 @@ void ZAMXMLFile::MoveTree(int position) {
       _SetHistory(m_Xml, -1);
     }
     _SetHistory(m_Xml, position);
+    if (zam::RanOutOfMemory(m_Xml)) {
+      throw _com_error(E_OUTOFMEMORY);
+    }
   } catch (...) {
     m_nHistory = highest;
     m_nStale = 1;

@@ -1,3 +1,4 @@
+#include "document/memory.h"
 #include "document/sections.h"
 #include "zamxml/document.h"
 
@@ -21,6 +22,7 @@ int ReadSection(ZAMXml& xml, ZAMTextView path, Record& record, int whenAbsent, Z
 
 int ZAMXMLFile::_ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log) {
   Clear();
+  xml.ClearLog();
   if (!xml.GetNode(zam::RootPath)) {
     SetLog_Warring(ZAM_LOG_CATEGORY_DOCUMENT, u"Unknown XML file", u"[KESTRANE_ZAM] is not exist",
                    0);
@@ -33,10 +35,11 @@ int ZAMXMLFile::_ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log) {
   if (moveToLast != 0) {
     _SetHistory(xml, GetHistoryCount() - 1);
   }
-  return OnReadPatientInfo(xml, log) != 0 && OnReadOrderInfo(xml, log) != 0 &&
-                 OnReadStudyInfo(xml, log) != 0 && OnReadNonStandard(xml, log) != 0
-             ? 1
-             : 0;
+  if (OnReadPatientInfo(xml, log) == 0 || OnReadOrderInfo(xml, log) == 0 ||
+      OnReadStudyInfo(xml, log) == 0 || OnReadNonStandard(xml, log) == 0) {
+    return 0;
+  }
+  return zam::RanOutOfMemory(xml) ? 0 : 1;
 }
 
 int ZAMXMLFile::OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log) {

@@ -43,13 +43,14 @@ private:
 /// Saves of a tree inside a scope do not wait for the disk.
 class TransientSaves {
 public:
-  explicit TransientSaves(ZAMXml& xml) : m_Xml(xml) { m_Xml.SetDurable(0); }
+  explicit TransientSaves(ZAMXml& xml) : m_Xml(xml), m_nBefore(xml.SetDurable(0)) {}
   TransientSaves(const TransientSaves&) = delete;
   TransientSaves& operator=(const TransientSaves&) = delete;
-  ~TransientSaves() { m_Xml.SetDurable(1); }
+  ~TransientSaves() { m_Xml.SetDurable(m_nBefore); }
 
 private:
   ZAMXml& m_Xml;
+  int m_nBefore;
 };
 
 _bstr_t Formatted(const std::tm& time, const char* format) {

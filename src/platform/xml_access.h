@@ -14,8 +14,7 @@ struct ZAMXml::Access {
 
   /// The element behind a handle of this document, or a null node.
   pugi::xml_node Element(const IXMLDOMNodePtr& handle) const noexcept {
-    return handle && handle.m_Node->m_Document == m_Xml.m_Document.get() ? handle.m_Node->m_Node
-                                                                         : pugi::xml_node();
+    return m_Xml.HasNode(handle) != 0 ? handle.m_Node->m_Node : pugi::xml_node();
   }
 
   pugi::xml_node Child(const IXMLDOMNodePtr& handle, ZAMTextView path, int index) const;

@@ -135,8 +135,12 @@ void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const std::string& na
   for (const pugi::xml_node child : children) {
     Forget(child, true);
     const pugi::xml_node before = child.previous_sibling();
+    const pugi::xml_node behind = child.next_sibling();
     if (before && zam::IsFormatting(before)) {
       parent.remove_child(before);
+    } else if (before.type() == pugi::node_pcdata && behind && zam::IsFormatting(behind)) {
+      // White space next to a text would become a part of it.
+      parent.remove_child(behind);
     }
     parent.remove_child(child);
   }

@@ -92,6 +92,8 @@ private:
   void Forget(pugi::xml_node subtree, bool itself);
   void RememberFormatting(pugi::xml_node parent);
   void RememberText(pugi::xml_node element, bool elements);
+  /// Whether the pieces can stand among the element's other nodes as they did.
+  static bool Fits(const TextLayout& layout, const std::vector<pugi::xml_node>& others);
 
   std::unordered_map<pugi::xml_node_struct*, Formatting> m_Emptied;
   /// The white space that was all that an element held before its first child was added.

@@ -74,7 +74,7 @@ void ZAMXmlDocument::SetText(pugi::xml_node element, const std::string& text) {
   const auto layout = m_TextLayouts.find(element.internal_object());
   zam::Insertion insertion(element);
   if (layout != m_TextLayouts.end() && layout->second.m_Text == text &&
-      layout->second.m_Others == others.size()) {
+      Fits(layout->second, others)) {
     for (const TextPiece& piece : layout->second.m_Pieces) {
       insertion.Before(piece.m_Before < others.size() ? others[piece.m_Before] : pugi::xml_node(),
                        piece.m_Type, piece.m_Value);
@@ -87,6 +87,25 @@ void ZAMXmlDocument::SetText(pugi::xml_node element, const std::string& text) {
   for (const pugi::xml_node piece : replaced) {
     element.remove_child(piece);
   }
+}
+
+bool ZAMXmlDocument::Fits(const TextLayout& layout, const std::vector<pugi::xml_node>& others) {
+  if (layout.m_Others != others.size()) {
+    return false;
+  }
+  // White space next to a text would become a part of it.
+  const std::vector<TextPiece>& pieces = layout.m_Pieces;
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    const std::size_t place = pieces[i].m_Before;
+    const bool first = i == 0 || pieces[i - 1].m_Before != place;
+    const bool last = i + 1 == pieces.size() || pieces[i + 1].m_Before != place;
+    if (pieces[i].m_Type == pugi::node_pcdata &&
+        ((first && place > 0 && zam::IsFormatting(others[place - 1])) ||
+         (last && place < others.size() && zam::IsFormatting(others[place])))) {
+      return false;
+    }
+  }
+  return true;
 }
 
 void ZAMXmlDocument::RememberText(pugi::xml_node element, bool elements) {

@@ -100,7 +100,7 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   }
 }
 
-void ZAMXml::SetDurable(int durable) noexcept { m_nDurable = durable; }
+int ZAMXml::SetDurable(int durable) noexcept { return std::exchange(m_nDurable, durable); }
 
 int ZAMXml::CreateRoot(ZAMTextView name) {
   if (!m_Document || m_Document->Root()) {
@@ -261,6 +261,10 @@ IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
 _bstr_t ZAMXml::GetNodeName(const IXMLDOMNodePtr& node) {
   const pugi::xml_node element = Access{*this}.Element(node);
   return element ? _bstr_t::FromUtf8(element.name()) : _bstr_t();
+}
+
+int ZAMXml::HasNode(const IXMLDOMNodePtr& node) const noexcept {
+  return node && node.m_Node->m_Document == m_Document.get() ? 1 : 0;
 }
 
 _bstr_t ZAMXml::GetNodePath(const IXMLDOMNodePtr& node) {

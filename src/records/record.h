@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <new>
 
 #include "zamxml/platform/array.h"
 #include "zamxml/platform/error.h"
@@ -41,6 +42,8 @@ inline void ReportCaught(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log
     throw;
   } catch (const _com_error& error) {
     record(error.Error(), error.what());
+  } catch (const std::bad_alloc& error) {
+    record(E_OUTOFMEMORY, error.what());
   } catch (const std::exception& error) {
     record(-1, error.what());
   } catch (...) {
@@ -61,10 +64,10 @@ int RunCatching(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log, Body bo
 }
 
 /// The same behind the guard: 0 at once, with nothing logged or changed, when the tree holds no
-/// document or there is no element.
+/// document or there is no element of it.
 template <class Body>
 int RunGuarded(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log, Body body) noexcept {
-  if (xml.IsOpened() == 0 || !element) {
+  if (xml.IsOpened() == 0 || xml.HasNode(element) == 0) {
     return 0;
   }
   return RunCatching(xml, element, log, body);

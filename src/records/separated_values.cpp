@@ -36,14 +36,14 @@ public:
 
 private:
   CString& m_Text;
-  std::array<char16_t, 1024> m_Run;
+  std::array<char16_t, 1024> m_Run{};
   std::size_t m_Used = 0;
 };
 
 template <class Datum>
 void EncodeAs(CString& text, std::u16string_view separator, const unsigned char* data, int count,
               bool invert) {
-  std::array<char, std::numeric_limits<Datum>::digits10 + 2> digits;
+  std::array<char, std::numeric_limits<Datum>::digits10 + 2> digits{};
   // Room for the longest numbers: growing step by step takes longer than the conversion.
   const std::uint64_t longest =
       (digits.size() + separator.size()) * static_cast<std::uint64_t>(count);

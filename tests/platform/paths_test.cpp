@@ -56,7 +56,7 @@ void ExpectMatches(ZAMXml& xml, const IXMLDOMNodePtr& root, const char16_t* path
 
 TEST(Paths, TheIndexCountsMatchesOfTheWholePath) {
   std::mt19937 random(1);
-  for (const int size : {3, 40, 300}) {
+  for (const int size : {3, 40, 100}) {
     std::string bytes = "<R><?a x?>";
     int value = 0;
     for (int i = 0; i < size; ++i) {
@@ -83,21 +83,6 @@ TEST(Paths, TheIndexCountsMatchesOfTheWholePath) {
       xml.AddChildNode(root, u"x", u"again");
     }
   }
-}
-
-TEST(Paths, TwoWalksAtOnceDoNotDisturbEachOther) {
-  ZAMXml xml;
-  test::Load(xml, "<R><a><b>0</b></a><c><b>10</b></c><a><b>1</b><b>2</b></a><c><b>11</b></c></R>");
-  const IXMLDOMNodePtr root = xml.GetNode(u"R");
-  std::string walked;
-  for (int i = 0; i < 3; ++i) {
-    for (const char16_t* path : {u"a/b", u"c/b"}) {
-      _bstr_t text;
-      xml.GetChildNodeText(root, path, text, i);
-      walked += text.utf8() + ' ';
-    }
-  }
-  EXPECT_EQ(walked, "0 10 1 11 2  ");
 }
 
 TEST(Paths, AbsoluteOnesBeginWithTheRoot) {

@@ -38,31 +38,30 @@ void ExpectEverywhere(ZAMXml& xml, const _bstr_t& text, const char* when) {
 }
 
 TEST(Values, AreReadBackAsTheyWereSet) {
-  std::vector<std::u16string> texts = {u"",
-                                       u" ",
-                                       u"\n",
-                                       u"\t",
-                                       u"\r",
-                                       u"\r\n",
-                                       u"\n\r",
-                                       u" \r ",
-                                       u"  lead",
-                                       u"trail \n",
-                                       u"\r a \r",
-                                       u"a\r\nb\tc",
-                                       u"]]>",
-                                       u"a]]>\r]]>b",
-                                       u"\r]]>\r",
-                                       u"]]>]]>",
-                                       u"]]",
-                                       u">",
-                                       u"<&>\"'",
-                                       u"&amp;",
-                                       u"&#13;",
-                                       u"<!-- -->",
-                                       u"\u00E9\uAE40\u4E2D\U0001F600",
-                                       u"\u0085\u2028\u007F\uFFFD"};
-  texts.push_back(std::u16string(5 << 20, u'x') + u"\r]]>\U0001F600 ");
+  const std::vector<std::u16string> texts = {u"",
+                                             u" ",
+                                             u"\n",
+                                             u"\t",
+                                             u"\r",
+                                             u"\r\n",
+                                             u"\n\r",
+                                             u" \r ",
+                                             u"  lead",
+                                             u"trail \n",
+                                             u"\r a \r",
+                                             u"a\r\nb\tc",
+                                             u"]]>",
+                                             u"a]]>\r]]>b",
+                                             u"\r]]>\r",
+                                             u"]]>]]>",
+                                             u"]]",
+                                             u">",
+                                             u"<&>\"'",
+                                             u"&amp;",
+                                             u"&#13;",
+                                             u"<!-- -->",
+                                             u"\u00E9\uAE40\u4E2D\U0001F600",
+                                             u"\u0085\u2028\u007F\uFFFD"};
   for (const std::u16string& text : texts) {
     ZAMXml xml;
     test::Load(xml, Holders);
@@ -94,6 +93,20 @@ TEST(Values, AreReadBackAsTheyWereSet) {
   }
 }
 
+TEST(Values, MayHaveManyMegabytes) {
+  const std::u16string text = u"\r]]>\U0001F600 " + std::u16string(5 << 20, u'x') + u"]]>\r";
+  ZAMXml xml;
+  test::Load(xml, Holders);
+  const IXMLDOMNodePtr root = xml.GetNode(u"R");
+  xml.SetChildNodeText(root, u"leaf", text);
+  xml.SetChildNodeText(root, u"section", text);
+  xml.SetChildNodeAttribute(root, u"leaf", u"x", text);
+  test::Load(xml, test::Saved(xml));
+  EXPECT_TRUE(TextOf(xml, u"leaf").view() == text);
+  EXPECT_TRUE(TextOf(xml, u"section").view() == text);
+  EXPECT_TRUE(AttributeOf(xml, u"leaf", u"x").view() == text);
+}
+
 TEST(Values, ATextThatIsPutBackComesBackByteForByte) {
   for (const char* original :
        {"<R><p>a<b/>c<!-- x --><![CDATA[d]]></p></R>", "<R><p><![CDATA[d]]></p></R>",
@@ -112,6 +125,30 @@ TEST(Values, ATextThatIsPutBackComesBackByteForByte) {
     }
     xml.SetChildNodeText(root, u"p", text);
     EXPECT_EQ(test::Saved(xml), original);
+  }
+}
+
+TEST(Values, StayTheSameWhenTheirNeighboursGo) {
+  const struct {
+    const char* m_Document;
+    const char16_t* m_Removed;
+    const char* m_Saved;
+  } rows[] = {
+      {"<R><p><b/>a<b/>\n<c/></p></R>", u"b", "<R><p>a<c/></p></R>"},
+      {"<R><p>a<b/>\n</p></R>", u"b", "<R><p>a</p></R>"},
+      {"<R><p><![CDATA[a]]>\n <b/>\n</p></R>", u"b", "<R><p><![CDATA[a]]></p></R>"},
+      {"<R><p>a<b/> b</p></R>", u"b", "<R><p>a b</p></R>"},
+  };
+  for (const auto& row : rows) {
+    ZAMXml xml;
+    test::Load(xml, row.m_Document);
+    const _bstr_t text = TextOf(xml, u"p");
+    xml.RemoveChildNodeAll(xml.GetNode(u"R/p"), row.m_Removed);
+    EXPECT_EQ(TextOf(xml, u"p"), text) << row.m_Document;
+    EXPECT_EQ(test::Saved(xml), row.m_Saved);
+    xml.AddChildNode(xml.GetNode(u"R/p"), row.m_Removed, nullptr);
+    test::Load(xml, test::Saved(xml));
+    EXPECT_EQ(TextOf(xml, u"p"), text) << row.m_Document;
   }
 }
 

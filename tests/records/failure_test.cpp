@@ -26,12 +26,15 @@ TYPED_TEST(RecordGuard, WithoutDocumentOrElementNothingHappens) {
   IXMLDOMNodePtr none;
   IXMLDOMNodePtr dead = xml.GetChildNode(root, u"Gone");
   xml.RemoveChildNodeAll(root);
+  ZAMXml other;
+  test::Load(other, "<R><ID>another patient's</ID></R>");
+  IXMLDOMNodePtr foreign = other.GetNode(u"R");
 
   TypeParam record;
   ZAMLog log;
   EXPECT_EQ(record.ReadFromXML(closed, root, &log), 0);
   EXPECT_EQ(record.WriteToXML(closed, root, &log), 0);
-  for (IXMLDOMNodePtr* element : {&none, &dead}) {
+  for (IXMLDOMNodePtr* element : {&none, &dead, &foreign}) {
     EXPECT_EQ(record.ReadFromXML(xml, *element, &log), 0);
     EXPECT_EQ(record.WriteToXML(xml, *element, &log), 0);
   }

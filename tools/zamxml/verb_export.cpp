@@ -45,7 +45,9 @@ int Run(const Options& options) {
   }
   const int position = document.Position(options.m_At);
   document.MoveTo(position);
+  // Without the file's name: equal documents are exported equally, wherever they lie.
   Json json = JsonOutput("export", options.m_File);
+  json.erase("file");
   json["position"] = position;
   json["document"] = ElementToJson(document.m_Xml, document.m_Xml.GetNode(u"KESTRANE_ZAM"),
                                    "KESTRANE_ZAM", "Modifications");

@@ -88,8 +88,8 @@ public:
   int Copy(ZAMXml& source, ZAMLog* log);
 
   /// Whether saving waits until the bytes are on the disk (1, as constructed) or leaves that to
-  /// the system (0: for files that live for a moment only).
-  void SetDurable(int durable) noexcept;
+  /// the system (0: for files that live for a moment only). Returns what held before.
+  int SetDurable(int durable) noexcept;
 
   /// The index-th element, in document order, at a path that begins with the root's name. A null
   /// handle when there is none; the log then says which path.
@@ -154,6 +154,9 @@ public:
   int GetAttributeCount(const IXMLDOMNodePtr& node);
   /// Name and value of the index-th attribute; 0, with both unchanged, when there is none.
   int GetAttribute(const IXMLDOMNodePtr& node, int index, _bstr_t& name, _bstr_t& value);
+
+  /// 1 when there is an element of this document behind the handle, else 0.
+  int HasNode(const IXMLDOMNodePtr& node) const noexcept;
 
   /// Where the node stands, for a reader: the names from the root on, joined by "/", each with its
   /// index in brackets when siblings of that name stand before it. Null for a null handle.
