@@ -24,7 +24,8 @@ struct ZAMXML_API ZAMXMLBufferRelease {
 ///
 /// Numbers in text: white space, a sign, decimal digits up to the first other character; no digits
 /// give 0. What a datum cannot hold keeps its low bits (200 and -56 are the same byte); a number
-/// beyond 64 bits counts as the nearest signed 64-bit number before its low bits are taken.
+/// beyond 64 bits counts as the nearest signed 64-bit number before its low bits are taken. The
+/// numbers of the header and of Data keep their low 32 bits in the same way.
 ///
 /// Failures are those of all records (records.h), but there is no guard: an element that is not
 /// there reads as an empty block and cannot be written. Used by one thread at a time; different

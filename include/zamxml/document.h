@@ -27,7 +27,7 @@
 /// A host specialises the document by deriving from it and overriding the On... hooks. Int results
 /// are 1 for success and 0 for failure; a log argument may be null. Errors of the document itself
 /// are recorded in it (it is a ZAMLog). Exceptions of the tree or of undo and redo, such as
-/// _com_error with E_OUTOFMEMORY, pass to the host.
+/// _com_error with E_OUTOFMEMORY or std::bad_alloc, pass to the host.
 /// Used by one thread at a time; different documents may live in different threads.
 class ZAMXML_API ZAMXMLFile : public ZAMFile, public ZAMLog {
 public:
@@ -90,7 +90,8 @@ public:
   /// Stamps the pending modification with the local date and time, appends it to the history and
   /// ends the edit. What is shown does not change. 0 when no modification is pending; 0, with the
   /// reason in the document's log, when the tree has no place for the list: the modification is
-  /// then in the list and the snapshot stays open.
+  /// then in the list and the snapshot stays open. After an exception GetHistoryCount tells whether
+  /// the modification is in the history; if it is, it is stored with it.
   int CommitModify();
   /// Ends the edit: drops the snapshot and the pending modification with its items.
   void CancelModify();
@@ -170,8 +171,11 @@ protected:
   static int CopyXMLTemplate(HINSTANCE module, unsigned int identifier, const _bstr_t& path);
 
 private:
+  class ZAMXML_LOCAL Rebuild;
+
   int ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log);
-  int BuildTree(ZAMLog* log, int fromTemplate, const _bstr_t& path);
+  int BuildTree(const _bstr_t& path, ZAMLog* log);
+  int SaveOriginal(const _bstr_t& path, ZAMLog* log);
   void MoveTree(int position);
   int RereadRecords(int position);
   int SaveSnapshot(const _bstr_t& path);

@@ -53,7 +53,7 @@ ZAMXMLChangeItem& ZAMXMLChangeItem::operator=(const ZAMXMLChangeItem& other) = d
 ZAMXMLChangeItem::~ZAMXMLChangeItem() = default;
 
 void ZAMXMLChangeItem::Clear() {
-  zamxml::ClearingFields fields;
+  zam::ClearingFields fields;
   fields.Text(u"Code", m_Code);
   PlaceFields(*this, fields);
   ValueFields(*this, fields);
@@ -79,8 +79,8 @@ void ZAMXMLChangeItem::SetValueStatement(const ZAMXMLStatement& list) {
 }
 
 int ZAMXMLChangeItem::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::ReadingFields fields(xml, element, log);
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::ReadingFields fields(xml, element, log);
     fields.Text(u"Code", m_Code);
     PlaceFields(*this, fields);
     return ReadValue(xml, element, log);
@@ -88,16 +88,16 @@ int ZAMXMLChangeItem::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* 
 }
 
 int ZAMXMLChangeItem::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::WritingFields fields(xml, element, log);
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::WritingFields fields(xml, element, log);
     PlaceFields(*this, fields);
     return WriteValue(xml, element, log);
   });
 }
 
 int ZAMXMLChangeItem::ReadValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::ReadingFields fields(xml, element, log);
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::ReadingFields fields(xml, element, log);
     _bstr_t word;
     fields.Text(u"ValueType", word);
     m_ValueType = TypeOf(word.view());
@@ -107,12 +107,12 @@ int ZAMXMLChangeItem::ReadValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* lo
 }
 
 int ZAMXMLChangeItem::WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
+  return zam::RunGuarded(xml, element, log, [&] {
     const ZAMTextView word = WordOf(m_ValueType);
     if (word.IsNull()) {
       return 0;
     }
-    zamxml::WritingFields fields(xml, element, log);
+    zam::WritingFields fields(xml, element, log);
     fields.Text(u"ValueType", word);
     ValueFields(*this, fields);
     return 1;

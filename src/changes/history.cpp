@@ -14,7 +14,7 @@ public:
 
   void WriteAll(const ZAMXMLModification& modification) {
     for (const ZAMXMLChangeItem* item : modification.m_Changes) {
-      IXMLDOMNodePtr target = zamxml::FindOrAddChild(m_Xml, m_Root, item->m_Node);
+      IXMLDOMNodePtr target = zam::FindOrAddChild(m_Xml, m_Root, item->m_Node);
       Write(*item, target);
       target.Release();
     }

@@ -15,11 +15,11 @@ constexpr auto Fields = [](auto& modification, auto& fields) {
 }  // namespace
 
 ZAMXMLModification::ZAMXMLModification() = default;
-ZAMXMLModification::~ZAMXMLModification() { zamxml::DeleteEntries(m_Changes); }
+ZAMXMLModification::~ZAMXMLModification() { zam::DeleteEntries(m_Changes); }
 
 void ZAMXMLModification::Clear() {
-  zamxml::ClearRecord(*this, Fields);
-  zamxml::DeleteEntries(m_Changes);
+  zam::ClearRecord(*this, Fields);
+  zam::DeleteEntries(m_Changes);
 }
 
 int ZAMXMLModification::GetCount() const { return m_Changes.GetCount(); }
@@ -29,23 +29,23 @@ ZAMXMLChangeItem* ZAMXMLModification::GetChange(int index) const {
 }
 
 int ZAMXMLModification::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::ReadingFields fields(xml, element, log);
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::ReadingFields fields(xml, element, log);
     Fields(*this, fields);
     IXMLDOMNodePtr changes = xml.GetChildNode(element, u"Changes", 0);
-    zamxml::ReadEntries(m_Changes, xml, changes, u"Item", log);
+    zam::ReadEntries(m_Changes, xml, changes, u"Item", log);
     changes.Release();
     return 1;
   });
 }
 
 int ZAMXMLModification::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::WritingFields fields(xml, element, log);
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::WritingFields fields(xml, element, log);
     Fields(*this, fields);
-    IXMLDOMNodePtr changes = zamxml::FindOrAddChild(xml, element, u"Changes");
+    IXMLDOMNodePtr changes = zam::FindOrAddChild(xml, element, u"Changes");
     xml.RemoveChildNodeAll(changes);
-    zamxml::WriteEntries(m_Changes, xml, changes, u"Item", log);
+    zam::WriteEntries(m_Changes, xml, changes, u"Item", log);
     changes.Release();
     return 1;
   });

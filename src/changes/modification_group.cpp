@@ -5,7 +5,7 @@
 ZAMXMLModificationGroup::ZAMXMLModificationGroup() = default;
 ZAMXMLModificationGroup::~ZAMXMLModificationGroup() { Clear(); }
 
-void ZAMXMLModificationGroup::Clear() { zamxml::DeleteEntries(m_ModificationList); }
+void ZAMXMLModificationGroup::Clear() { zam::DeleteEntries(m_ModificationList); }
 
 int ZAMXMLModificationGroup::GetCount() const { return m_ModificationList.GetCount(); }
 
@@ -14,16 +14,16 @@ ZAMXMLModification* ZAMXMLModificationGroup::GetModification(int index) const {
 }
 
 int ZAMXMLModificationGroup::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::ReadEntries(m_ModificationList, xml, element, u"Modification", log);
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::ReadEntries(m_ModificationList, xml, element, u"Modification", log);
     return 1;
   });
 }
 
 int ZAMXMLModificationGroup::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
+  return zam::RunGuarded(xml, element, log, [&] {
     xml.RemoveChildNodeAll(element);
-    zamxml::WriteEntries(m_ModificationList, xml, element, u"Modification", log);
+    zam::WriteEntries(m_ModificationList, xml, element, u"Modification", log);
     return 1;
   });
 }

@@ -7,7 +7,7 @@
 
 /// The lists of change tracking: records of one kind, each in a child element of one name, behind
 /// pointers that the holder of the array owns.
-namespace zamxml {
+namespace zam {
 
 template <class Entry>
 void DeleteEntries(ZAMArray<Entry*>& entries) noexcept {
@@ -40,4 +40,4 @@ void WriteEntries(const ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNod
   }
 }
 
-}  // namespace zamxml
+}  // namespace zam

@@ -49,7 +49,7 @@ private:
 
 void ZAMXMLChangeItem::EncodeXMLName(const ZAMXMLName& name, _bstr_t& text) {
   FoldingFields fields;
-  zamxml::NameFields(name, fields);
+  zam::NameFields(name, fields);
   text = fields.Folded();
 }
 
@@ -57,7 +57,7 @@ void ZAMXMLChangeItem::DecodeXMLName(const _bstr_t& text, ZAMXMLName& name) {
   // A copy, because the text may be one of the name's own.
   const _bstr_t folded = text;
   UnfoldingFields fields(folded.view());
-  zamxml::NameFields(name, fields);
+  zam::NameFields(name, fields);
 }
 
 void ZAMXMLChangeItem::EncodeXMLStatement(const ZAMXMLStatement& list, _bstr_t& text) {

@@ -59,6 +59,13 @@ _bstr_t Formatted(const std::tm& time, const char* format) {
   return text.data();
 }
 
+/// An old value that could not be read must not be recorded as an empty one.
+void RequireRead(int read) {
+  if (read == 0) {
+    throw _com_error(E_OUTOFMEMORY);
+  }
+}
+
 bool CanBeStored(ZAMXML_VTYPE type) {
   return type == ZAMXML_VTYPE_STRING || type == ZAMXML_VTYPE_NAME || type == ZAMXML_VTYPE_STATEMENT;
 }
@@ -100,10 +107,19 @@ int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bs
 }
 
 int ZAMXMLFile::SaveSnapshot(const _bstr_t& path) {
-  const Restored documentPath(m_strFilePath);
-  const Restored treePath(m_Xml.m_strFilePath);
-  const TransientSaves transient(m_Xml);
-  return SaveAs(path, nullptr);
+  int saved = 0;
+  {
+    const Restored documentPath(m_strFilePath);
+    const Restored treePath(m_Xml.m_strFilePath);
+    const TransientSaves transient(m_Xml);
+    saved = SaveAs(path, nullptr);
+  }
+  // A host may have closed the document in OnHistoryChanged.
+  if (IsOpened() == 0) {
+    m_strFilePath.Empty();
+    return 0;
+  }
+  return saved;
 }
 
 void ZAMXMLFile::PrepareSnapshot(int count) {
@@ -143,11 +159,11 @@ int ZAMXMLFile::GetOldValue(const _bstr_t& node, const _bstr_t& attribute, ZAMXM
     m_CloneXml.GetNodeAttribute(element, attribute, result);
   } else if (type == ZAMXML_VTYPE_NAME) {
     ZAMXMLName name;
-    name.ReadFromXML(m_CloneXml, element, nullptr);
+    RequireRead(name.ReadFromXML(m_CloneXml, element, nullptr));
     ZAMXMLChangeItem::EncodeXMLName(name, result);
   } else if (type == ZAMXML_VTYPE_STATEMENT) {
     ZAMXMLStatement list;
-    list.ReadFromXML(m_CloneXml, element, nullptr);
+    RequireRead(list.ReadFromXML(m_CloneXml, element, nullptr));
     ZAMXMLChangeItem::EncodeXMLStatement(list, result);
   } else {
     m_CloneXml.GetNodeText(element, result);
@@ -240,6 +256,7 @@ int ZAMXMLFile::CommitModify() {
   const std::tm now = zam::LocalTime();
   m_pModification->m_Date = Formatted(now, "%Y-%m-%d");
   m_pModification->m_Time = Formatted(now, "%H:%M:%S");
+  ZAMLog failures;
   m_Modifications.m_ModificationList.Add(m_pModification.get());
   m_pModification.release();
   // Until the list stands in the tree, however this ends: the next move of the history writes it.
@@ -252,7 +269,6 @@ int ZAMXMLFile::CommitModify() {
     m_Xml.SafeLogCopy(this);
     return 0;
   }
-  ZAMLog failures;
   m_Modifications.WriteToXML(m_Xml, section, &failures);
   if (failures.GetLogCount() == 0) {
     m_nStale = stale;

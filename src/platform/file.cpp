@@ -45,11 +45,11 @@ int ZAMFile::Open(const _bstr_t& path, ZAMLog* log) {
 }
 
 int ZAMFile::Save() {
-  if (m_strFilePath.IsEmpty()) {
+  if (m_nOpened == 0 || m_strFilePath.IsEmpty()) {
     if (auto* own = dynamic_cast<ZAMLog*>(this)) {
       own->SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_FILE, zam::CodeNotWritten,
                   ZAMGF::ZAMErrorString(zam::CodeNotWritten),
-                  u"The document has no path yet; it has to be saved under one first.", 0);
+                  u"There is no opened document with a path.", 0);
     }
     return 0;
   }
@@ -58,8 +58,12 @@ int ZAMFile::Save() {
 
 int ZAMFile::SaveAs(const _bstr_t& path, ZAMLog* log) {
   CString current(path);
+  const int opened = m_nOpened;
   if (OnFileSave(path, log) == 0) {
     return 0;
+  }
+  if (opened != 0 && m_nOpened == 0) {
+    return 1;  // closed by a hook, after it was saved
   }
   m_strFilePath = std::move(current);
   m_nOpened = 1;

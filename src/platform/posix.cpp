@@ -38,6 +38,22 @@ private:
   int m_Number;
 };
 
+/// A name that is gone at the end of a scope, however that ends.
+class Removed {
+public:
+  explicit Removed(const std::string& path) : m_Path(path) {}
+  Removed(const Removed&) = delete;
+  Removed& operator=(const Removed&) = delete;
+  ~Removed() {
+    const int error = errno;
+    ::unlink(m_Path.c_str());
+    errno = error;
+  }
+
+private:
+  const std::string& m_Path;
+};
+
 /// The system would end a path at a zero character and so take another file.
 bool IsUsablePath(const std::string& path, std::string& reason) {
   if (path.empty()) {
@@ -198,15 +214,10 @@ bool ReplaceFile(const std::string& target, const std::string& fresh, const Exis
   if (!file.IsOpen()) {
     return false;
   }
-  const bool written = WriteAll(file.Number(), bytes) && TakeOver(file.Number(), existing) &&
-                       (!durable || ::fsync(file.Number()) == 0) && file.Close() &&
-                       PutInPlace(fresh, target, existing, folder);
-  if (!written) {
-    const int error = errno;
-    ::unlink(fresh.c_str());
-    errno = error;
-  }
-  return written;
+  const Removed leftover(fresh);
+  return WriteAll(file.Number(), bytes) && TakeOver(file.Number(), existing) &&
+         (!durable || ::fsync(file.Number()) == 0) && file.Close() &&
+         PutInPlace(fresh, target, existing, folder);
 }
 
 bool IsPrivateFolder(const std::string& path) {
@@ -309,7 +320,7 @@ KeptFile::KeptFile(const std::string& path) {
   if (!IsUsablePath(path, reason)) {
     return;
   }
-  const auto target = FollowLinks(path, reason);
+  auto target = FollowLinks(path, reason);
   if (!target) {
     return;
   }
@@ -317,7 +328,7 @@ KeptFile::KeptFile(const std::string& path) {
   struct stat status {};
   if (::stat(target->c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
       ::link(target->c_str(), kept.c_str()) == 0) {
-    m_Path = *target;
+    m_Path = std::move(*target);
     m_Kept = std::move(kept);
   }
 }

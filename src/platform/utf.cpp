@@ -40,7 +40,8 @@ std::string Convert(std::u16string_view units, Accept accept) {
   const auto plainEnd = std::find_if_not(units.begin(), units.end(), isPlain);
   std::string bytes;
   bytes.reserve(units.size());
-  std::transform(units.begin(), plainEnd, std::back_inserter(bytes),
+  bytes.resize(static_cast<std::size_t>(plainEnd - units.begin()));
+  std::transform(units.begin(), plainEnd, bytes.begin(),
                  [](char16_t unit) { return static_cast<char>(unit); });
   for (auto position = static_cast<std::size_t>(plainEnd - units.begin());
        position < units.size();) {

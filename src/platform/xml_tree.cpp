@@ -38,6 +38,16 @@ int ZAMXml::Fail(int code, const _bstr_t& detail, ZAMLog* log) {
   return 0;
 }
 
+int ZAMXml::FailWithoutMemory(ZAMLog* log) noexcept {
+  try {
+    return Fail(zam::CodeNoMemory, nullptr, log);
+  } catch (const _com_error&) {
+    SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_XML, zam::CodeNoMemory, nullptr, nullptr, 0);
+    SafeLogCopy(log);
+    return 0;
+  }
+}
+
 int ZAMXml::Replace(std::unique_ptr<ZAMXmlDocument> document) {
   m_Document = std::move(document);
   SetOpened(1);
@@ -60,8 +70,8 @@ int ZAMXml::OnFileNew(ZAMLog* log) {
     auto document = std::make_unique<ZAMXmlDocument>();
     document->MakeEmpty();
     return Replace(std::move(document));
-  } catch (const std::exception& failure) {
-    return Fail(zam::CodeNoMemory, failure.what(), log);
+  } catch (const std::exception&) {
+    return FailWithoutMemory(log);
   }
 }
 
@@ -77,8 +87,8 @@ int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
       return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
     return Replace(std::move(document));
-  } catch (const std::exception& failure) {
-    return Fail(zam::CodeNoMemory, path + u": " + failure.what(), log);
+  } catch (const std::exception&) {
+    return FailWithoutMemory(log);
   }
 }
 
@@ -95,8 +105,8 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
       return 1;
     }
     return Fail(zam::CodeNotWritten, path + u": " + _bstr_t::FromUtf8(reason), log);
-  } catch (const std::exception& failure) {
-    return Fail(zam::CodeNoMemory, path + u": " + failure.what(), log);
+  } catch (const std::exception&) {
+    return FailWithoutMemory(log);
   }
 }
 
@@ -108,6 +118,14 @@ int ZAMXml::CreateRoot(ZAMTextView name) {
   }
   zam::Allocating([&] { m_Document->AddRoot(zam::StoredName(name.view())); });
   return 1;
+}
+
+void ZAMXml::Swap(ZAMXml& other) noexcept {
+  std::swap(m_Document, other.m_Document);
+  std::swap(m_strFilePath, other.m_strFilePath);
+  const int opened = IsOpened();
+  SetOpened(other.IsOpened());
+  other.SetOpened(opened);
 }
 
 int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
@@ -130,8 +148,8 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
     copy->m_IndentUnit = source.m_Document->m_IndentUnit;
     m_strFilePath.Empty();
     return Replace(std::move(copy));
-  } catch (const std::exception& failure) {
-    return Fail(zam::CodeNoMemory, failure.what(), log);
+  } catch (const std::exception&) {
+    return FailWithoutMemory(log);
   }
 }
 

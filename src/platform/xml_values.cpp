@@ -9,6 +9,14 @@
 
 /// The texts and attributes of the elements of a ZAMXml.
 
+namespace {
+
+/// How many siblings are counted to say where an element stands: a warning for each of many texts
+/// must not count all of them each time.
+constexpr int MaximumCounted = 256;
+
+}  // namespace
+
 pugi::xml_node ZAMXml::Access::Child(const IXMLDOMNodePtr& handle, ZAMTextView path,
                                      int index) const {
   const pugi::xml_node element = Element(handle);
@@ -100,12 +108,13 @@ std::string ZAMXml::Access::PathOf(pugi::xml_node element, int index) {
   for (; element.type() == pugi::node_element; element = element.parent(), index = -1) {
     if (index < 0) {
       index = 0;
-      for (auto sibling = element.previous_sibling(element.name()); sibling;
-           sibling = sibling.previous_sibling(element.name())) {
+      for (auto sibling = element.previous_sibling(element.name());
+           sibling && index < MaximumCounted; sibling = sibling.previous_sibling(element.name())) {
         index += sibling.type() == pugi::node_element ? 1 : 0;
       }
     }
-    const std::string position = index > 0 ? '[' + std::to_string(index) + ']' : std::string();
+    const char* const more = index == MaximumCounted ? " or later]" : "]";
+    const std::string position = index > 0 ? '[' + std::to_string(index) + more : std::string();
     path = element.name() + position + (path.empty() ? "" : "/") + path;
   }
   return path;

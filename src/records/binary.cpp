@@ -74,7 +74,7 @@ std::int64_t ReadStretch(ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr&
                          CString& text) {
   const auto attribute = [&](ZAMTextView name) {
     xml.GetNodeAttribute(data, name, text);
-    return zamxml::ParseInteger(text.view());
+    return static_cast<int>(zam::ParseInteger(text.view()));
   };
   const std::int64_t start = attribute(u"start");
   const std::int64_t length = attribute(u"length");
@@ -85,8 +85,8 @@ std::int64_t ReadStretch(ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr&
   xml.GetNodeText(data, text);
   const int width = block.m_BytePerData;
   const int count = static_cast<int>(length) / width;
-  return zamxml::DecodeValues(text.view(), Comma, block.GetBinary() + start, width, count,
-                              IsInverted(block))
+  return zam::DecodeValues(text.view(), Comma, block.GetBinary() + start, width, count,
+                           IsInverted(block))
              .value_or(0) *
          std::int64_t{width};
 }
@@ -94,7 +94,7 @@ std::int64_t ReadStretch(ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr&
 void ReadData(ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log) {
   CString text;
   std::int64_t filled = 0;
-  zamxml::ForEachChild(xml, element, u"Data", [&](const IXMLDOMNodePtr& data) {
+  zam::ForEachChild(xml, element, u"Data", [&](const IXMLDOMNodePtr& data) {
     filled += ReadStretch(block, xml, data, text);
   });
   if (filled < block.m_BinaryLength) {
@@ -123,7 +123,7 @@ void RequireWritable(const ZAMXMLBinary& block) {
   }
   require(block.m_pBinary != nullptr && block.m_BinaryLength <= MaxBufferLength,
           "No buffer of the length of the data");
-  require(block.m_Encoding != CSV || zamxml::IsDatumWidth(block.m_BytePerData),
+  require(block.m_Encoding != CSV || zam::IsDatumWidth(block.m_BytePerData),
           "No conversion for data of this width");
   const int unit = StretchUnit(block);
   require(block.m_BinaryLength % static_cast<unsigned int>(unit) == 0,
@@ -150,12 +150,11 @@ void WriteData(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& ele
   xml.RemoveChildNodeAll(element, u"Data");
   for (int start = 0, index = 0; start < length; ++index) {
     const int stretch = std::min(longest, length - start);
-    zamxml::AddChild(xml, element, u"Data", nullptr, index, [&](const IXMLDOMNodePtr& data) {
+    zam::AddChild(xml, element, u"Data", nullptr, index, [&](const IXMLDOMNodePtr& data) {
       xml.SetNodeAttribute(data, u"start", Decimal(start));
       xml.SetNodeAttribute(data, u"length", Decimal(stretch));
       if (block.m_Encoding == CSV) {
-        zamxml::EncodeValues(text, Comma, block.GetBinary() + start, width, stretch / width,
-                             invert);
+        zam::EncodeValues(text, Comma, block.GetBinary() + start, width, stretch / width, invert);
         xml.SetNodeText(data, text);
       }
     });
@@ -209,23 +208,21 @@ int ZAMXMLBinary::AllocBinary(unsigned long byteCount) {
 
 int ZAMXMLBinary::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   Clear();
-  return zamxml::RunCatching(xml, element, log, [&] {
+  return zam::RunCatching(xml, element, log, [&] {
     CString text;
     const auto code = [&](ZAMTextView name) {
       xml.GetChildNodeAttribute(element, name, u"code", text, 0);
-      return zamxml::ParseInteger(text.view());
+      return static_cast<int>(zam::ParseInteger(text.view()));
     };
     const auto number = [&](ZAMTextView name) {
       xml.GetChildNodeText(element, name, text, 0);
-      return zamxml::ParseInteger(text.view());
+      return static_cast<int>(zam::ParseInteger(text.view()));
     };
-    m_Encoding = static_cast<int>(code(u"Encoding"));
+    m_Encoding = code(u"Encoding");
     m_ByteOrder = code(u"ByteOrder") == 1 ? 1 : 0;
-    const std::int64_t width = number(u"BytePerData");
-    const std::int64_t count = number(u"CountOfData");
-    m_BytePerData = static_cast<int>(width);
-    m_CountOfData = static_cast<int>(count);
-    const std::int64_t length = CheckedLength(width, count);
+    m_BytePerData = number(u"BytePerData");
+    m_CountOfData = number(u"CountOfData");
+    const std::int64_t length = CheckedLength(m_BytePerData, m_CountOfData);
     if (length == 0) {
       return 1;
     }
@@ -240,11 +237,11 @@ int ZAMXMLBinary::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log)
 }
 
 int ZAMXMLBinary::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunCatching(xml, element, log, [&] {
+  return zam::RunCatching(xml, element, log, [&] {
     RequireWritable(*this);
     const auto encoding = static_cast<std::size_t>(m_Encoding);
     const int byteOrder = m_ByteOrder != 0 ? 1 : 0;
-    zamxml::WritingFields fields(xml, element, log);
+    zam::WritingFields fields(xml, element, log);
     fields.Text(u"Encoding", EncodingNames[encoding]);
     fields.Attribute(u"Encoding", u"code", Decimal(m_Encoding));
     fields.Text(u"ByteOrder", ByteOrderNames[static_cast<std::size_t>(byteOrder)]);
@@ -274,14 +271,13 @@ int ZAMXMLBinary::IsValid() const noexcept {
 int ZAMXMLBinary::EncodeSeparateValue(CString& text, ZAMTextView separator,
                                       const unsigned char* data, int bytesPerDatum, int count,
                                       int invert) {
-  return zamxml::EncodeValues(text, separator.view(), data, bytesPerDatum, count, invert != 0) ? 1
-                                                                                               : 0;
+  return zam::EncodeValues(text, separator.view(), data, bytesPerDatum, count, invert != 0) ? 1 : 0;
 }
 
 int ZAMXMLBinary::DecodeSeparateValue(const CString& text, ZAMTextView separator,
                                       unsigned char* data, int bytesPerDatum, int count) {
-  return zamxml::DecodeValues(text.view(), separator.view(), data, bytesPerDatum, count, false) ? 1
-                                                                                                : 0;
+  return zam::DecodeValues(text.view(), separator.view(), data, bytesPerDatum, count, false) ? 1
+                                                                                             : 0;
 }
 
 int ZAMXMLBinary::EncodeCSV(CString& text, const unsigned char* data, int bytesPerDatum, int count,

@@ -18,12 +18,12 @@ ZAMXMLDeviceInfo::ZAMXMLDeviceInfo(const ZAMXMLDeviceInfo& other) = default;
 ZAMXMLDeviceInfo& ZAMXMLDeviceInfo::operator=(const ZAMXMLDeviceInfo& other) = default;
 ZAMXMLDeviceInfo::~ZAMXMLDeviceInfo() = default;
 
-void ZAMXMLDeviceInfo::Clear() { zamxml::ClearRecord(*this, Fields); }
+void ZAMXMLDeviceInfo::Clear() { zam::ClearRecord(*this, Fields); }
 
 int ZAMXMLDeviceInfo::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::ReadRecord(*this, xml, element, log, Fields);
+  return zam::ReadRecord(*this, xml, element, log, Fields);
 }
 
 int ZAMXMLDeviceInfo::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::WriteRecord(*this, xml, element, log, Fields);
+  return zam::WriteRecord(*this, xml, element, log, Fields);
 }

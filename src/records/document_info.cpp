@@ -20,12 +20,12 @@ ZAMXMLDocumentInfo::ZAMXMLDocumentInfo(const ZAMXMLDocumentInfo& other) = defaul
 ZAMXMLDocumentInfo& ZAMXMLDocumentInfo::operator=(const ZAMXMLDocumentInfo& other) = default;
 ZAMXMLDocumentInfo::~ZAMXMLDocumentInfo() = default;
 
-void ZAMXMLDocumentInfo::Clear() { zamxml::ClearRecord(*this, Fields); }
+void ZAMXMLDocumentInfo::Clear() { zam::ClearRecord(*this, Fields); }
 
 int ZAMXMLDocumentInfo::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::ReadRecord(*this, xml, element, log, Fields);
+  return zam::ReadRecord(*this, xml, element, log, Fields);
 }
 
 int ZAMXMLDocumentInfo::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::WriteRecord(*this, xml, element, log, Fields);
+  return zam::WriteRecord(*this, xml, element, log, Fields);
 }

@@ -22,8 +22,8 @@ int ZAMXMLExtraQuestion::GetCount() const { return m_Pairs.GetCount(); }
 void ZAMXMLExtraQuestion::Clear() { m_Pairs.RemoveAll(); }
 
 int ZAMXMLExtraQuestion::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::ForEachChild(xml, element, u"Extra", [&](const IXMLDOMNodePtr& extra) {
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::ForEachChild(xml, element, u"Extra", [&](const IXMLDOMNodePtr& extra) {
       _bstr_t question;
       _bstr_t answer;
       xml.GetChildNodeText(extra, u"Question", question, 0);
@@ -35,13 +35,13 @@ int ZAMXMLExtraQuestion::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLo
 }
 
 int ZAMXMLExtraQuestion::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
+  return zam::RunGuarded(xml, element, log, [&] {
     xml.RemoveChildNodeAll(element, u"Extra");
     for (int index = 0; index < GetCount(); ++index) {
       const Pair& pair = m_Pairs[index];
-      zamxml::AddChild(xml, element, u"Extra", u"", index, [&](const IXMLDOMNodePtr& extra) {
-        zamxml::AddChild(xml, extra, u"Question", pair.m_Question, 0);
-        zamxml::AddChild(xml, extra, u"Answer", pair.m_Answer, 0);
+      zam::AddChild(xml, element, u"Extra", u"", index, [&](const IXMLDOMNodePtr& extra) {
+        zam::AddChild(xml, extra, u"Question", pair.m_Question, 0);
+        zam::AddChild(xml, extra, u"Answer", pair.m_Answer, 0);
       });
     }
     return 1;

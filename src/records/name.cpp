@@ -48,19 +48,19 @@ ZAMXMLName::ZAMXMLName(const ZAMXMLName& other) = default;
 ZAMXMLName& ZAMXMLName::operator=(const ZAMXMLName& other) = default;
 ZAMXMLName::~ZAMXMLName() = default;
 
-void ZAMXMLName::Clear() { zamxml::ClearRecord(*this, zamxml::NameFields); }
+void ZAMXMLName::Clear() { zam::ClearRecord(*this, zam::NameFields); }
 
 int ZAMXMLName::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::ReadRecord(*this, xml, element, log, zamxml::NameFields);
+  return zam::ReadRecord(*this, xml, element, log, zam::NameFields);
 }
 
 int ZAMXMLName::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::WriteRecord(*this, xml, element, log, zamxml::NameFields);
+  return zam::WriteRecord(*this, xml, element, log, zam::NameFields);
 }
 
 int ZAMXMLName::IsEmpty() const {
   SearchingFields fields;
-  zamxml::NameFields(*this, fields);
+  zam::NameFields(*this, fields);
   return fields.Found() ? 0 : 1;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace zamxml {
+namespace zam {
 
 /// The fields of a person name, in the order in which they are stored and folded.
 inline constexpr auto NameFields = [](auto& name, auto& fields) {
@@ -12,4 +12,4 @@ inline constexpr auto NameFields = [](auto& name, auto& fields) {
   fields.Text(u"Suffix", name.m_Suffix);
 };
 
-}  // namespace zamxml
+}  // namespace zam

@@ -20,12 +20,12 @@ ZAMXMLOrderInfo::ZAMXMLOrderInfo(const ZAMXMLOrderInfo& other) = default;
 ZAMXMLOrderInfo& ZAMXMLOrderInfo::operator=(const ZAMXMLOrderInfo& other) = default;
 ZAMXMLOrderInfo::~ZAMXMLOrderInfo() = default;
 
-void ZAMXMLOrderInfo::Clear() { zamxml::ClearRecord(*this, Fields); }
+void ZAMXMLOrderInfo::Clear() { zam::ClearRecord(*this, Fields); }
 
 int ZAMXMLOrderInfo::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::ReadRecord(*this, xml, element, log, Fields);
+  return zam::ReadRecord(*this, xml, element, log, Fields);
 }
 
 int ZAMXMLOrderInfo::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::WriteRecord(*this, xml, element, log, Fields);
+  return zam::WriteRecord(*this, xml, element, log, Fields);
 }

@@ -36,12 +36,12 @@ ZAMXMLPatientInfo::ZAMXMLPatientInfo(const ZAMXMLPatientInfo& other) = default;
 ZAMXMLPatientInfo& ZAMXMLPatientInfo::operator=(const ZAMXMLPatientInfo& other) = default;
 ZAMXMLPatientInfo::~ZAMXMLPatientInfo() = default;
 
-void ZAMXMLPatientInfo::Clear() { zamxml::ClearRecord(*this, Fields); }
+void ZAMXMLPatientInfo::Clear() { zam::ClearRecord(*this, Fields); }
 
 int ZAMXMLPatientInfo::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::ReadRecord(*this, xml, element, log, Fields);
+  return zam::ReadRecord(*this, xml, element, log, Fields);
 }
 
 int ZAMXMLPatientInfo::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::WriteRecord(*this, xml, element, log, Fields);
+  return zam::WriteRecord(*this, xml, element, log, Fields);
 }

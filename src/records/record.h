@@ -25,7 +25,7 @@
 /// ClearRecord, ReadRecord and WriteRecord walk that list. A record that holds more than fields
 /// gives RunGuarded a body of its own, in which it may use the visitors and the helpers for
 /// repeated children.
-namespace zamxml {
+namespace zam {
 
 /// Records the exception that is being handled in the tree's log, with the place of the element,
 /// and copies that log into the caller's. To be called in a catch block.
@@ -212,4 +212,4 @@ inline void AddChild(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMTextView nam
   AddChild(xml, element, name, text, index, [](IXMLDOMNodePtr&) {});
 }
 
-}  // namespace zamxml
+}  // namespace zam

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <limits>
 
-namespace zamxml {
+namespace zam {
 namespace {
 
 template <class Datum>
@@ -141,4 +141,4 @@ std::optional<int> DecodeValues(std::u16string_view text, std::u16string_view se
   return decode(text, separator, data, count, invert);
 }
 
-}  // namespace zamxml
+}  // namespace zam

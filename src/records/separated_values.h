@@ -8,7 +8,7 @@
 
 /// Decimal numbers in text: the one conversion behind the binary data block, its data and its
 /// header. Nothing is kept between calls: any number of threads may convert at once.
-namespace zamxml {
+namespace zam {
 
 /// Whether data of that many bytes can be converted.
 constexpr bool IsDatumWidth(int width) noexcept { return width == 1 || width == 2 || width == 4; }
@@ -31,4 +31,4 @@ bool EncodeValues(CString& text, std::u16string_view separator, const unsigned c
 std::optional<int> DecodeValues(std::u16string_view text, std::u16string_view separator,
                                 unsigned char* data, int width, int count, bool invert) noexcept;
 
-}  // namespace zamxml
+}  // namespace zam

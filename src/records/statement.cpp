@@ -19,8 +19,8 @@ int ZAMXMLStatement::GetCount() const { return m_Statements.GetCount(); }
 void ZAMXMLStatement::Clear() { m_Statements.RemoveAll(); }
 
 int ZAMXMLStatement::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
-    zamxml::ForEachChild(xml, element, u"Statement", [&](const IXMLDOMNodePtr& child) {
+  return zam::RunGuarded(xml, element, log, [&] {
+    zam::ForEachChild(xml, element, u"Statement", [&](const IXMLDOMNodePtr& child) {
       _bstr_t text;
       xml.GetNodeText(child, text);
       if (text.length() > 0) {
@@ -32,12 +32,12 @@ int ZAMXMLStatement::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* l
 }
 
 int ZAMXMLStatement::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::RunGuarded(xml, element, log, [&] {
+  return zam::RunGuarded(xml, element, log, [&] {
     xml.RemoveChildNodeAll(element, u"Statement");
     for (int index = 0; index < GetCount(); ++index) {
       const _bstr_t& text = m_Statements[index];
       if (text.length() > 0) {
-        zamxml::AddChild(xml, element, u"Statement", text, index);
+        zam::AddChild(xml, element, u"Statement", text, index);
       }
     }
     return 1;

@@ -21,12 +21,12 @@ constexpr auto Fields = [](auto& study, auto& fields) {
 ZAMXMLStudyInfo::ZAMXMLStudyInfo() = default;
 ZAMXMLStudyInfo::~ZAMXMLStudyInfo() = default;
 
-void ZAMXMLStudyInfo::Clear() { zamxml::ClearRecord(*this, Fields); }
+void ZAMXMLStudyInfo::Clear() { zam::ClearRecord(*this, Fields); }
 
 int ZAMXMLStudyInfo::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::ReadRecord(*this, xml, element, log, Fields);
+  return zam::ReadRecord(*this, xml, element, log, Fields);
 }
 
 int ZAMXMLStudyInfo::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zamxml::WriteRecord(*this, xml, element, log, Fields);
+  return zam::WriteRecord(*this, xml, element, log, Fields);
 }

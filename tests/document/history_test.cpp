@@ -86,12 +86,19 @@ TEST_F(DocumentHistory, AReadingThatFailsKeepsTheListAndTheNextMoveRepairs) {
 /// With memory failing anywhere in a move, what is saved afterwards is still the original content.
 TEST_F(DocumentHistory, AnInterruptedMoveIsRepairedByTheNext) {
   bool succeeded = false;
+  auto changes = test::ThreeWeights();
+  changes[1] = {"PatientInfo/Name", "", "Kim^^^^^", "Kim Min-seo^Kim^Min-seo^^^", "NAME"};
+  changes[2].m_Old = "60";
   for (int number = 1; !succeeded; ++number) {
-    Open(test::DocumentBytes(test::ThreeWeights()));
+    Open(test::DocumentBytes(changes));
     {
       const test::FailingAllocation failing(number);
       try {
-        succeeded = m_Document.SetHistory(-1) == 1 && !failing.Happened();
+        const bool shown = m_Document.SetHistory(-1) == 1;
+        if (shown) {
+          ASSERT_EQ(m_Document.m_PatientInfo.m_Name.m_Full, u"Kim") << number;
+        }
+        succeeded = shown && !failing.Happened();
       } catch (const std::bad_alloc&) {
       } catch (const _com_error& error) {
         EXPECT_EQ(error.Error(), E_OUTOFMEMORY);
@@ -99,8 +106,9 @@ TEST_F(DocumentHistory, AnInterruptedMoveIsRepairedByTheNext) {
     }
     ASSERT_EQ(m_Document.GetHistoryCount(), 3) << number;
     ASSERT_EQ(m_Document.SetHistory(1), 1) << number;
-    ASSERT_EQ(m_Document.Weight(), u"61") << number;
+    ASSERT_EQ(m_Document.m_PatientInfo.m_Name.m_Given, u"Min-seo") << number;
     ASSERT_EQ(m_Document.SetHistoryToOriginal(), 1) << number;
+    ASSERT_EQ(m_Document.m_PatientInfo.m_Name.m_Full, u"Kim") << number;
     ASSERT_EQ(m_Document.Weight(), u"58") << number;
     ASSERT_LT(number, 10000);
   }

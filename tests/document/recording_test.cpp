@@ -60,9 +60,12 @@ TEST_F(DocumentRecording, TheWholeRoad) {
   EXPECT_EQ(m_Document.AddChangeItem(u"c5", u"New/Deep", u"", ZAMXML_VTYPE_STRING, u"x"), 4);
   EXPECT_EQ(m_Document.AddChangeItem(u"c6", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING, u"71"),
             5);
-  const std::vector<std::pair<_bstr_t, _bstr_t>> values{{u"", u"김민서^^^^^"}, {u"62", u"70"},
-                                                        {u"kg", u"lb"},        {u"", u"a^b"},
-                                                        {u"", u"x"},           {u"62", u"71"}};
+  const std::vector<std::pair<_bstr_t, _bstr_t>> values{{u"Kim^^^^^", u"김민서^^^^^"},
+                                                        {u"62", u"70"},
+                                                        {u"kg", u"lb"},
+                                                        {u"", u"a^b"},
+                                                        {u"", u"x"},
+                                                        {u"62", u"71"}};
   for (std::size_t i = 0; i < values.size(); ++i) {
     const ZAMXMLChangeItem* item = m_Document.m_pModification->GetChange(static_cast<int>(i));
     EXPECT_EQ(item->m_OldValue, values[i].first) << i;
@@ -164,6 +167,24 @@ TEST_F(DocumentRecording, ASnapshotThatCannotBeSavedIsReported) {
   EXPECT_TRUE(TemporaryFiles().empty());
 }
 
+TEST_F(DocumentRecording, AHostThatClosesTheDocumentMeanwhileKeepsItsFile) {
+  const std::string bytes = test::DocumentBytes(test::ThreeWeights());
+  for (const std::size_t call : {1U, 2U}) {
+    Open(bytes);
+    m_Document.m_ShownWeights.clear();
+    m_Document.m_WhenChanged = [&] {
+      if (m_Document.m_ShownWeights.size() + 1 == call) {
+        m_Document.Close();
+      }
+    };
+    EXPECT_EQ(m_Document.BeginModify(u"1", u"u", u"U"), 0);
+    EXPECT_EQ(m_Document.IsOpened(), 0);
+    EXPECT_EQ(m_Document.Save(), 0);
+    EXPECT_EQ(test::ReadBytes(m_Path), bytes);
+    EXPECT_TRUE(TemporaryFiles().empty());
+  }
+}
+
 TEST_F(DocumentRecording, ACommitWithoutAPlaceForTheListKeepsTheModification) {
   m_Document.m_CompatibleResult = 1;
   Open(test::DocumentBytes());
@@ -216,7 +237,8 @@ TEST_F(DocumentRecording, MemoryThatFailsLeavesTheOldStateOrTheNew) {
       try {
         if (m_Document.BeginModify(u"1", u"u", u"U") == 1 &&
             m_Document.AddChangeItem(u"", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING,
-                                     u"a weight of many characters") == 0) {
+                                     u"a weight of many characters") == 0 &&
+            m_Document.AddChangeItemName(u"", u"PatientInfo/Name", ZAMXMLName()) == 1) {
           committed = m_Document.CommitModify() == 1;
         }
         succeeded = committed && !failing.Happened();
@@ -229,6 +251,11 @@ TEST_F(DocumentRecording, MemoryThatFailsLeavesTheOldStateOrTheNew) {
     ASSERT_TRUE(TemporaryFiles().empty()) << number;
     ASSERT_EQ(m_Document.m_strFilePath, m_Path.u16string()) << number;
     ASSERT_GE(Count(), committed ? 4 : 3) << number;
+    if (committed) {
+      ASSERT_EQ(m_Document.m_Modifications.GetModification(3)->GetChange(1)->m_OldValue,
+                u"Kim^^^^^")
+          << number;
+    }
     ASSERT_EQ(m_Document.SetHistoryToOriginal(), 1) << number;
     ASSERT_EQ(m_Document.Weight(), u"58") << number;
     ASSERT_LT(number, 10000);

@@ -87,14 +87,37 @@ TEST_F(DocumentSaving, AnotherHeaderIdentifierRebuildsTheTree) {
   EXPECT_EQ(m_Document.TakeCalls().find("write"), std::string::npos) << "only once";
 }
 
-TEST_F(DocumentSaving, ASectionThatCannotBeWrittenEndsTheSave) {
-  const std::string bytes = test::DocumentBytes({}, "", "OTHER");
+TEST_F(DocumentSaving, ASectionThatCannotBeWrittenEndsTheSaveAndTheNextOneIsWhole) {
+  const std::string bytes = test::DocumentBytes(test::ThreeWeights(), "", "OTHER");
   ASSERT_EQ(Open(bytes), 1);
   m_Document.m_Failing = "write-order";
   EXPECT_EQ(m_Document.Save(), 0);
   EXPECT_EQ(m_Document.TakeCalls(), "template write-header write-patient write-order");
   EXPECT_EQ(test::ReadBytes(m_Path), bytes);
+  EXPECT_EQ(m_Document.m_DocInfo.m_ID, u"OTHER");
+  EXPECT_TRUE(m_Document.m_Xml.GetNode(u"KESTRANE_ZAM/Foreign")) << "the tree is as it was";
   m_Document.m_Failing.clear();
+  ASSERT_EQ(m_Document.Save(), 1);
+  ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+  EXPECT_EQ(m_Document.GetHistoryCount(), 3);
+}
+
+TEST_F(DocumentSaving, ANewDocumentIsBuiltAgainAfterASaveThatFailed) {
+  ASSERT_EQ(m_Document.New(nullptr), 1);
+  m_Document.m_PatientInfo.m_ID = u"first";
+  EXPECT_EQ(m_Document.SaveAs(m_Folder.Path("no/where").c_str(), nullptr), 0);
+  m_Document.m_PatientInfo.m_ID = u"second";
+  ASSERT_EQ(m_Document.SaveAs(m_Path.c_str(), nullptr), 1);
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/ID"), "second");
+}
+
+TEST_F(DocumentSaving, AHostThatMovesTheHistoryMeanwhileKeepsItsFile) {
+  const std::string bytes = test::DocumentBytes(test::ThreeWeights());
+  ASSERT_EQ(Open(bytes), 1);
+  m_Document.m_WhenChanged = [&] { m_Document.SetHistory(2); };
+  EXPECT_EQ(m_Document.Save(), 0);
+  EXPECT_EQ(test::ReadBytes(m_Path), bytes);
+  EXPECT_NE(test::Entries(m_Document), "");
 }
 
 TEST_F(DocumentSaving, AFailedSaveKeepsPositionPathAndSays) {

@@ -137,6 +137,7 @@ TEST(Values, StayTheSameWhenTheirNeighboursGo) {
       {"<R><p><b/>a<b/>\n<c/></p></R>", u"b", "<R><p>a<c/></p></R>"},
       {"<R><p>a<b/>\n</p></R>", u"b", "<R><p>a</p></R>"},
       {"<R><p><![CDATA[a]]>\n <b/>\n</p></R>", u"b", "<R><p><![CDATA[a]]></p></R>"},
+      {"<R><p>\n <b/>\n</p></R>", u"b", "<R><p/></R>"},
       {"<R><p>a<b/> b</p></R>", u"b", "<R><p>a b</p></R>"},
   };
   for (const auto& row : rows) {
@@ -146,10 +147,24 @@ TEST(Values, StayTheSameWhenTheirNeighboursGo) {
     xml.RemoveChildNodeAll(xml.GetNode(u"R/p"), row.m_Removed);
     EXPECT_EQ(TextOf(xml, u"p"), text) << row.m_Document;
     EXPECT_EQ(test::Saved(xml), row.m_Saved);
+    xml.SetNodeText(xml.GetNode(u"R/p"), u"x");
     xml.AddChildNode(xml.GetNode(u"R/p"), row.m_Removed, nullptr);
     test::Load(xml, test::Saved(xml));
-    EXPECT_EQ(TextOf(xml, u"p"), text) << row.m_Document;
+    EXPECT_EQ(TextOf(xml, u"p"), _bstr_t(u"x")) << row.m_Document;
   }
+}
+
+TEST(Values, APutBackTextDoesNotTakeInWhiteSpace) {
+  ZAMXml xml;
+  test::Load(xml, "<R><p><b/>a<c/>\n<d/></p></R>");
+  const IXMLDOMNodePtr holder = xml.GetNode(u"R/p");
+  xml.SetNodeText(holder, u"NEW");
+  xml.RemoveChildNodeAll(holder, u"b");
+  xml.RemoveChildNodeAll(holder, u"c");
+  xml.AddChildNode(holder, u"e", nullptr);
+  xml.SetNodeText(holder, u"a");
+  test::Load(xml, test::Saved(xml));
+  EXPECT_EQ(TextOf(xml, u"p"), _bstr_t(u"a"));
 }
 
 TEST(Values, MissingOnesReadAsEmptyAndNullIsNoText) {

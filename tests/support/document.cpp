@@ -20,14 +20,15 @@ std::string DocumentBytes(const std::vector<Change>& changes, const std::string&
         Element("UID", "2.25.7") + Element("UserID", "u") +
             Element("Changes", Element("Item", Element("Node", change.m_Node) +
                                                    Element("Attribute", change.m_Attribute) +
-                                                   Element("ValueType", "STRING") +
+                                                   Element("ValueType", change.m_Type) +
                                                    Element("OldValue", change.m_Old) +
                                                    Element("NewValue", change.m_New))));
   }
   std::string sections;
   const std::vector<std::pair<std::string, std::string>> contents{
       {"DocumentInfo", Element("ID", headerId) + Element("Version", "7")},
-      {"PatientInfo", Element("ID", "P1") + "<Weight Unit=\"kg\">58</Weight>"},
+      {"PatientInfo",
+       Element("ID", "P1") + "<Name><Full>Kim</Full></Name><Weight Unit=\"kg\">58</Weight>"},
       {"OrderInfo", Element("ID", "O1")},
       {"StudyInfo", Element("ID", "S1")},
       {"Foreign", "<!-- kept --><Row>1</Row>"},
@@ -58,6 +59,9 @@ int Document::OnOpenCompatible(ZAMXml& xml, ZAMLog* log) {
 }
 void Document::OnHistoryChanged() {
   Call("changed", 1);
+  if (m_WhenChanged) {
+    m_WhenChanged();
+  }
   m_ShownWeights.push_back(Weight().utf8());
 }
 int Document::OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log) {

@@ -2,6 +2,7 @@
 
 #include <ZAMXMLData.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,12 +10,13 @@
 
 namespace test {
 
-/// A modification in a file: one string change of an element or attribute.
+/// A modification in a file: one change of an element or attribute.
 struct Change {
   std::string m_Node;
   std::string m_Attribute;
   std::string m_Old;
   std::string m_New;
+  std::string m_Type = "STRING";
 };
 
 /// The bytes of a document with one patient and a modification for each change; `dropped` leaves
@@ -42,6 +44,7 @@ public:
   int m_CompatibleResult = 0;               ///< what OnOpenCompatible gives
   int m_NonStandardResult = 1;              ///< what OnWriteNonStandard gives
   std::string m_Template;                   ///< what OnCopyXMLTemplate writes, unless it is empty
+  std::function<void()> m_WhenChanged;      ///< what a host does in OnHistoryChanged
   std::vector<std::string> m_ShownWeights;  ///< the weight at each OnHistoryChanged
 
   _bstr_t Weight() const { return m_PatientInfo.m_Weight; }

@@ -17,7 +17,7 @@ export TMPDIR="$scratch/tmp" share who LC_ALL=C.UTF-8
 play() {
   while IFS= read -r line; do
     case $line in
-      "# "* | "") printf '%s\n' "$line" ;;
+      "# "*) printf '%s\n' "$line" ;;
       "\$ "*)
         printf '%s\n' "$line"
         sh -c "${line#??}" </dev/null 2>&1

@@ -13,16 +13,20 @@ Document::Document(const std::string& path, const std::string& name) : m_Name(na
 }
 
 int Document::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
-  if (m_Xml.Open(path, log) == 0 || _ReadFromXML(m_Xml, 0, log) == 0) {
+  if (m_Xml.Open(path, log) == 0) {
     return 0;
   }
-  AdoptHeader();
-  return 1;
-}
-
-void Document::AdoptHeader() {
+  if (!m_Xml.GetNode(u"KESTRANE_ZAM")) {
+    log->SetLog_Warring(ZAM_LOG_CATEGORY_DOCUMENT, u"the root element is not KESTRANE_ZAM", u"", 0);
+    return 0;
+  }
+  if (_ReadFromXML(m_Xml, 0, log) == 0) {
+    return 0;
+  }
+  // With its own kind as the default one, saving never rebuilds the tree from the records.
   SetDefaultDocInfo(m_DocInfo.m_ID, m_DocInfo.m_Type, m_DocInfo.m_Version, m_DocInfo.m_Author,
                     m_DocInfo.m_Application);
+  return 1;
 }
 
 int Document::Position(const std::string& text) const {
@@ -36,7 +40,8 @@ int Document::Position(const std::string& text) const {
   const char* end = text.data() + text.size();
   const auto [stopped, error] = std::from_chars(text.data(), end, number);
   if (text.empty() || text[0] == '-' || stopped != end || error == std::errc::invalid_argument) {
-    throw Failure("", text, "a position is \"original\", \"last\" or the number of a modification");
+    throw Failure(m_Name, text,
+                  "a position is \"original\", \"last\" or the number of a modification");
   }
   if (error != std::errc() || number > Last()) {
     throw Failure(m_Name, "there is no modification " + text,

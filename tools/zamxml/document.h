@@ -35,8 +35,6 @@ public:
 
   /// The number of modifications that stand in the file but cannot be read.
   int Unreadable();
-  /// The kind of document becomes this tool's default, so that saving never rebuilds the tree.
-  void AdoptHeader();
 
 protected:
   int OnFileOpen(const _bstr_t& path, ZAMLog* log) override;

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <string>
 #include <system_error>
 
 #include "failure.h"
@@ -19,13 +20,22 @@ constexpr const char* Footer =
     "Exit code: 0 fine, 1 a finding (invalid, different, in conflict), 2 wrong usage or a file\n"
     "that cannot be read or written.";
 
-int ReportUsage(const CLI::App& app, const CLI::ParseError& error) {
-  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-    return app.exit(error) == 0 ? ExitFine : ExitFailed;
-  }
-  fmt::print(stderr, "zamxml: {}\nTry \"zamxml --help\" or \"zamxml VERB --help\".\n",
-             error.what());
+int ReportUsage(const std::string& what) {
+  fmt::print(stderr, "zamxml: {}\nTry \"zamxml --help\" or \"zamxml VERB --help\".\n", what);
   return ExitFailed;
+}
+
+/// What the user gave in the place of a verb, when it is none: the parser only says that something
+/// is missing.
+std::string UnknownVerb(CLI::App& app, int argc, char** argv) {
+  const std::string first = argc < 2 ? "" : argv[1];
+  const auto isFirst = [&](const CLI::App* verb) { return verb->get_name() == first; };
+  if (first.empty()) {
+    return "no verb is given";
+  }
+  return first[0] == '-' || !app.get_subcommands(isFirst).empty()
+             ? ""
+             : first + ": there is no such verb";
 }
 
 int Run(int argc, char** argv) {
@@ -38,10 +48,18 @@ int Run(int argc, char** argv) {
                          AddExport, AddImport}) {
     add(app, exitCode);
   }
+  app.get_formatter()->label("SUBCOMMAND", "VERB");
+  for (CLI::App* verb : app.get_subcommands({})) {
+    verb->group("Verbs");
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return ReportUsage(app, error);
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+      return app.exit(error);
+    }
+    const std::string unknown = UnknownVerb(app, argc, argv);
+    return ReportUsage(unknown.empty() ? error.what() : unknown);
   } catch (const Failure& failure) {
     fmt::print(stderr, "zamxml: {}\n", failure.what());
     return failure.Code();

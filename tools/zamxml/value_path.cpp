@@ -29,13 +29,6 @@ std::vector<std::string> StepsOf(std::string_view path) {
   }
 }
 
-bool IsNameByte(char byte, bool first) {
-  const auto isIn = [byte](char from, char to) { return byte >= from && byte <= to; };
-  return isIn('a', 'z') || isIn('A', 'Z') || byte == '_' || byte == ':' ||
-         static_cast<unsigned char>(byte) >= 0x80 ||
-         (!first && (isIn('0', '9') || byte == '-' || byte == '.'));
-}
-
 /// "Extra" and "Extra[0]" are one step.
 std::pair<std::string_view, std::string_view> NameAndIndex(std::string_view step) {
   const auto bracket = step.find('[');
@@ -57,13 +50,13 @@ std::string ValuePath::Whole() const {
   return m_Attribute.empty() ? m_Element : m_Element + '@' + m_Attribute;
 }
 
-bool IsPlainName(std::string_view name) {
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    if (!IsNameByte(name[i], i == 0)) {
-      return false;
-    }
-  }
-  return !name.empty() && WhyRefused(name).empty();
+bool IsPlainName(const std::string& name) {
+  // What a name is, the library decides: it stores any other text under an escaped name.
+  const _bstr_t given = _bstr_t::FromUtf8(name);
+  ZAMXml probe;
+  probe.New(nullptr);
+  probe.CreateRoot(given);
+  return probe.GetNodeName(probe.GetNode(given)).utf8() == name && !name.empty();
 }
 
 ValuePath ParseChangedPath(const std::string& file, const std::string& text) {
@@ -136,6 +129,7 @@ std::vector<std::string> PathFilter::Idle() const {
 
 int ReportIdle(const PathFilter& filter, const std::string& file) {
   const std::vector<std::string> idle = filter.Idle();
+  std::fflush(stdout);
   for (const std::string& path : idle) {
     fmt::print(stderr, "zamxml: {}: {}: it names nothing in the document\n", file, path);
   }

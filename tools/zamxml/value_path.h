@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// Where a value stands: element names joined by "/", relative to the root element, and perhaps an
@@ -16,7 +15,7 @@ struct ValuePath {
 };
 
 /// True for a name that is stored in a document as it is written here.
-bool IsPlainName(std::string_view name);
+bool IsPlainName(const std::string& name);
 
 /// Reads "PATH[@ATTR]" for a value of the file that is to be changed. Failure unless every step is
 /// a plain name and the path leads anywhere but into the history.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -143,6 +144,7 @@ int Run(const Options& options) {
     }
     if (!outcomes[i].m_Error.empty()) {
       exitCode = ExitFailed;
+      std::fflush(stdout);
       fmt::print(stderr, "zamxml: {}: cannot read it: {}\n", files[i], outcomes[i].m_Error);
     }
   }

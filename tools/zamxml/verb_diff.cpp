@@ -131,7 +131,9 @@ void AddDiff(CLI::App& app, int& exitCode) {
   CLI::App* verb = app.add_subcommand(
       "diff", "Compare two positions of a document (FILE A B), or two files (FILE A)");
   verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_option("A", options->m_Second, "A position; alone, the other file: last states are compared")->required();
+  verb->add_option("A", options->m_Second,
+                   "A position; alone, the other file: last states are compared")
+      ->required();
   verb->add_option("B", options->m_Third, "The other position");
   verb->add_flag("--json", options->m_Json, "Print JSON");
   verb->callback([options, &exitCode] { exitCode = Run(*options); });

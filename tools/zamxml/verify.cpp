@@ -87,7 +87,7 @@ private:
       if (count > 1) {
         const std::string child = _bstr_t(name).utf8();
         Report({}, {path.empty() ? child : path + '/' + child, {}},
-               fmt::format("it stands there {} times, and only the first is read", count));
+               fmt::format("it is there {} times, and only the first is read", count));
       }
     }
   }

@@ -67,8 +67,11 @@ private:
 ///
 /// Int results are 1 for success and 0 for failure. Indexes count from 0. Operations on a null or
 /// dead handle, or on a handle of another document, fail: 0, or a null handle. Adding and setting
-/// raise _com_error (E_OUTOFMEMORY) when memory runs out. The log keeps the last error only.
-/// Walking repeated children by index, and finding children by name, take constant time each.
+/// raise _com_error (E_OUTOFMEMORY) when memory runs out: a text or attribute is then what it was,
+/// and an element that was to be added may stand there without its text. The log keeps the last
+/// error only.
+/// Walking repeated children by index, and finding children by name, take constant time each; below
+/// a path of several steps, where a step before the last is repeated, each such element counts.
 /// One document and its handles are used by one thread at a time.
 class ZAMXML_API ZAMXml : public ZAMFile, public ZAMLog {
 public:
@@ -86,6 +89,9 @@ public:
   /// Makes this document a copy of the source, opened and without a path. A source that holds no
   /// document, or no memory, gives 0 and leaves what is held.
   int Copy(ZAMXml& source, ZAMLog* log);
+
+  /// Exchanges the documents, with their paths; handles follow them. The logs stay.
+  void Swap(ZAMXml& other) noexcept;
 
   /// Whether saving waits until the bytes are on the disk (1, as constructed) or leaves that to
   /// the system (0: for files that live for a moment only). Returns what held before.
@@ -159,7 +165,8 @@ public:
   int HasNode(const IXMLDOMNodePtr& node) const noexcept;
 
   /// Where the node stands, for a reader: the names from the root on, joined by "/", each with its
-  /// index in brackets when siblings of that name stand before it. Null for a null handle.
+  /// index in brackets when siblings of that name stand before it ("256 or later" where counting on
+  /// would cost too much). Null for a null handle.
   _bstr_t GetNodePath(const IXMLDOMNodePtr& node);
 
   /// Drops the reference and leaves the handle null; a null or dead handle is allowed.
@@ -172,9 +179,10 @@ protected:
   int OnFileSave(const _bstr_t& path, ZAMLog* log) override;
 
 private:
-  struct Access;
+  struct ZAMXML_LOCAL Access;
 
   int Fail(int code, const _bstr_t& detail, ZAMLog* log);
+  int FailWithoutMemory(ZAMLog* log) noexcept;
   int Replace(std::unique_ptr<ZAMXmlDocument> document);
 
   std::unique_ptr<ZAMXmlDocument> m_Document;
