@@ -71,3 +71,11 @@ int Document::Unreadable() {
       m_Xml.GetNodeCount(m_Xml.GetNode(u"KESTRANE_ZAM"), u"Modifications/Modification");
   return stored - GetHistoryCount();
 }
+
+void Document::RequireWholeHistory(const char* what) {
+  if (Unreadable() > 0) {
+    throw Failure(m_Name, what,
+                  "its history holds a modification that cannot be read and would be lost",
+                  ExitFinding);
+  }
+}

@@ -35,6 +35,8 @@ public:
 
   /// The number of modifications that stand in the file but cannot be read.
   int Unreadable();
+  /// Failure, beginning with what cannot be done, when there is one: it would be lost.
+  void RequireWholeHistory(const char* what);
 
 protected:
   int OnFileOpen(const _bstr_t& path, ZAMLog* log) override;

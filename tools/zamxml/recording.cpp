@@ -210,11 +210,7 @@ int RecordModification(const std::string& verb, const RecordingOptions& options,
   CheckOptions(options);
   const FileLock lock(options.m_File, options.m_Wait);
   Document document(options.m_File, options.m_File);
-  if (document.Unreadable() > 0) {
-    throw Failure(options.m_File, "cannot change it",
-                  "its history holds a modification that cannot be read and would be lost",
-                  ExitFinding);
-  }
+  document.RequireWholeHistory("cannot change it");
   const std::vector<Edit> wanted = edits(document);
   const bool recorded = Recorder(document, options).Record(wanted) > 0;
   const bool saved = !options.m_DryRun && (recorded || !options.m_Output.empty());

@@ -38,11 +38,7 @@ Json ElementToJson(ZAMXml& tree, const IXMLDOMNodePtr& element, const std::strin
 int Run(const Options& options) {
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
-  if (document.Unreadable() > 0) {
-    throw Failure(options.m_File, "cannot export it",
-                  "its history holds a modification that cannot be read and would be lost",
-                  ExitFinding);
-  }
+  document.RequireWholeHistory("cannot export it");
   const int position = document.Position(options.m_At);
   document.MoveTo(position);
   // Without the file's name: equal documents are exported equally, wherever they lie.

@@ -104,7 +104,8 @@ int Run(const Options& options) {
   }
   if (document.Unreadable() > 0) {
     throw Failure(options.m_File, "its history is not whole",
-                  fmt::format("{} in it cannot be read", document.Unreadable()), ExitFinding);
+                  fmt::format("modifications that cannot be read: {}", document.Unreadable()),
+                  ExitFinding);
   }
   return ExitFine;
 }
