@@ -160,20 +160,28 @@ bool LookAt(const std::string& target, Existing& existing, std::string& reason) 
   return true;
 }
 
-/// Gives the new file the owner, group and mode of the one that it replaces. Where the owner or the
-/// group cannot be given, the file stays this user's.
+/// Gives the new file the owner, group and mode of the one that it replaces. Where the owner cannot
+/// be given, the file stays this user's; where the group cannot, no group gets what it was granted.
 bool TakeOver(int descriptor, const Existing& existing) {
   if (!existing.m_Exists) {
     return true;
   }
   const auto& status = existing.m_Status;
   constexpr auto SameOwner = static_cast<uid_t>(-1);
+  mode_t mode = status.st_mode & 07777;
   if ((status.st_uid != ::geteuid() || status.st_gid != ::getegid()) &&
-      ::fchown(descriptor, status.st_uid, status.st_gid) != 0 &&
-      (errno != EPERM || (::fchown(descriptor, SameOwner, status.st_gid) != 0 && errno != EPERM))) {
-    return false;
+      ::fchown(descriptor, status.st_uid, status.st_gid) != 0) {
+    if (errno != EPERM) {
+      return false;
+    }
+    if (::fchown(descriptor, SameOwner, status.st_gid) != 0) {
+      if (errno != EPERM) {
+        return false;
+      }
+      mode &= ~static_cast<mode_t>(S_IRWXG);
+    }
   }
-  return ::fchmod(descriptor, status.st_mode & 07777) == 0;
+  return ::fchmod(descriptor, mode) == 0;
 }
 
 /// Renames the new file over the old one. When the folder cannot be flushed, the name might not
