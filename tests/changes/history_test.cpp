@@ -140,6 +140,12 @@ bool Moves(ZAMXMLModificationGroup& list, ZAMXml& xml, int failingAllocation, bo
 TEST(History, AMoveThatRanOutOfMemoryIsUndoneByMovingToTheOriginal) {
   ZAMXMLModificationGroup list;
   FillHistory(list);
+  {
+    // What is made once and kept is made now.
+    ZAMXml xml;
+    test::Load(xml, StateAt(-1));
+    ASSERT_EQ(test::Content(xml), StateAt(-1));
+  }
   int interrupted = 0;
   bool failed = true;
   for (int number = 1; failed; ++number) {
