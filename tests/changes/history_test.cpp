@@ -105,25 +105,6 @@ TEST(History, AMissingElementIsAddedBelowTheRoot) {
             "<Given/><Middle/><Prefix/><Suffix/></Person><Untouched/></R>");
 }
 
-class OpenGroup : public ZAMXMLModificationGroup {
-public:
-  using ZAMXMLModificationGroup::RedoModification;
-};
-
-TEST(History, AnElementThatCannotBeAddedRaises) {
-  OpenGroup list;
-  FillHistory(list);
-  ZAMXml xml;
-  test::Load(xml, StateAt(-1));
-  IXMLDOMNodePtr none;
-  try {
-    list.RedoModification(xml, none, list.GetModification(0));
-    ADD_FAILURE() << "nothing raised";
-  } catch (const _com_error& error) {
-    EXPECT_EQ(error.Error(), E_POINTER);
-  }
-}
-
 /// Whether the move did all that it should: no exception, and no error left in the tree's log.
 bool Moves(ZAMXMLModificationGroup& list, ZAMXml& xml, int failingAllocation, bool& failed) {
   const test::FailingAllocation failing(failingAllocation);

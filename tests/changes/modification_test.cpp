@@ -57,21 +57,6 @@ TEST(ChangeItem, EveryTypeIsStoredUnderItsWordAndNoOtherIs) {
   EXPECT_EQ(item.m_Code + item.m_NewValue, u"not storednew");
 }
 
-TEST(ChangeItem, WholeRecordsAreFolded) {
-  ZAMXMLName name;
-  name.m_Family = u"F";
-  ZAMXMLStatement list;
-  list.AddStatement(u"a");
-  list.AddStatement(u"b");
-  ZAMXMLChangeItem item;
-  item.SetValueNaem(name);
-  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_NAME);
-  EXPECT_EQ(item.m_NewValue, u"^F^^^^");
-  item.SetValueStatement(list);
-  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_STATEMENT);
-  EXPECT_EQ(item.m_NewValue, u"a^b");
-}
-
 std::string Modification(const std::string& uid, const std::string& changes) {
   return "<Modification><UID>" + uid + "</UID><Date>2009-03-05</Date><Time>14:07:09</Time>" +
          "<UserID>id</UserID><UserName>name</UserName>" + changes + "</Modification>";

@@ -60,13 +60,7 @@ TEST_F(DocumentHistory, AReadingThatFailsKeepsTheListAndTheNextMoveRepairs) {
     EXPECT_EQ(m_Document.SetHistory(0), 0);
     EXPECT_EQ(m_Document.TakeCalls().find("changed"), std::string::npos);
     ASSERT_EQ(m_Document.GetLogCount(), 1);
-    const ZAMLogEntry& entry = m_Document.GetLog(0);
-    EXPECT_EQ(entry.m_Type, 4);
-    EXPECT_EQ(entry.m_Category, 0);
-    EXPECT_EQ(entry.m_Code, -2009);
-    EXPECT_EQ(entry.m_Text, ZAMGF::ZAMErrorString(-2009));
-    EXPECT_EQ(entry.m_Detail, u"Fail to open temporary XML file.");
-    EXPECT_EQ(entry.m_Flag, 1);
+    EXPECT_EQ(m_Document.GetLog(0).m_Code, -2009);
 
     test::TemporaryFolder folder;
     const auto path = folder.Path("saved.xml");

@@ -33,18 +33,6 @@ private:
   }
 };
 
-TEST(File, OpeningClosesWhatIsOpenedFirst) {
-  Recorder file;
-  EXPECT_EQ(file.Open(u"a", nullptr), 1);
-  EXPECT_EQ(file.m_strFilePath, u"a");
-  EXPECT_EQ(file.Open(u"b", nullptr), 1);
-  EXPECT_EQ(file.m_Calls, "open:a close open:b ");
-  EXPECT_NE(file.IsOpened(), 0);
-  file.Close();
-  EXPECT_EQ(file.IsOpened(), 0);
-  EXPECT_TRUE(file.m_strFilePath.IsEmpty());
-}
-
 TEST(File, AFailedOpenLeavesItClosed) {
   for (const bool throws : {false, true}) {
     Recorder file;
@@ -83,18 +71,6 @@ TEST(File, OnlyASuccessfulSaveAsMakesThePathCurrent) {
   EXPECT_TRUE(file.m_Calls.ends_with("save:a ")) << file.m_Calls;
   file.New(nullptr);
   EXPECT_TRUE(file.m_strFilePath.IsEmpty());
-}
-
-TEST(Module, KeepsBytesUnderTheLow16Bits) {
-  using std::string_view_literals::operator""sv;
-  ZAMModule module;
-  EXPECT_FALSE(module.FindXmlResource(7));
-  module.AddXmlResource(0x10007, "a\0\xFF"sv);
-  EXPECT_EQ(module.FindXmlResource(7), "a\0\xFF"sv);
-  EXPECT_EQ(module.FindXmlResource(0xABCD0007), "a\0\xFF"sv);
-  EXPECT_FALSE(module.FindXmlResource(0x70000));
-  module.AddXmlResource(7, {});
-  EXPECT_EQ(module.FindXmlResource(7), ""sv);
 }
 
 }  // namespace

