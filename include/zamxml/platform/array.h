@@ -39,9 +39,6 @@ public:
     return index;
   }
 
-  /// Removes the last entry; the array must not be empty.
-  void RemoveLast() noexcept { m_Entries.pop_back(); }
-
   /// Removes all entries, without deleting what they point to.
   void RemoveAll() noexcept { m_Entries.clear(); }
 
