@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <sstream>
 #include <string>
@@ -34,23 +35,27 @@ std::string UnknownVerb(CLI::App& app, int argc, char** argv) {
              : first + ": there is no such verb";
 }
 
+template <class Kind>
+bool Is(const CLI::ParseError& error) {
+  return dynamic_cast<const Kind*>(&error) != nullptr;
+}
+
 /// The parser's error in this program's words.
 std::string PlainWords(const CLI::ParseError& error) {
   const std::string what = error.what();
-  const auto colon = what.find(": ");
-  const auto option = [&] { return what.substr(0, colon); };
-  const auto rest = [&] { return what.substr(colon + 2); };
-  if (error.get_name() == "RequiredError") {
+  const auto colon = std::min(what.find(": "), what.size());
+  const std::string option = what.substr(0, colon);
+  const std::string rest = colon < what.size() ? what.substr(colon + 2) : "";
+  if (Is<CLI::RequiredError>(error)) {
     return what.substr(0, what.rfind(" is required")) + ": it is missing";
   }
-  if (error.get_name() == "ArgumentMismatch") {
-    return option() + (what.find("At Most") != std::string::npos ? ": it is given twice"
-                                                                 : ": its value is missing");
+  if (Is<CLI::ArgumentMismatch>(error)) {
+    return option + (rest.find("At Most") == 0 ? ": it is given twice" : ": its value is missing");
   }
-  if (error.get_name() == "ConversionError" && colon != std::string::npos) {
-    return rest() + ": this is no value for it";
+  if (Is<CLI::ConversionError>(error)) {
+    return rest.substr(0, rest.find(" = ")) + ": it cannot take this value";
   }
-  return error.get_name() == "ExtrasError" ? rest() + ": it is not expected here" : what;
+  return Is<CLI::ExtrasError>(error) ? rest + ": it is not expected here" : what;
 }
 
 [[noreturn]] void RefuseUsage(CLI::App& app, const std::string& what) {
