@@ -3,9 +3,9 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 #include "failure.h"
+#include "text.h"
 
 namespace {
 
@@ -22,11 +22,6 @@ bool Exists(const std::string& path) {
   return ::lstat(path.c_str(), &existing) == 0;
 }
 
-std::string FolderOf(const std::string& path) {
-  const std::string folder = std::filesystem::path(path).parent_path().string();
-  return folder.empty() ? "." : folder;
-}
-
 }  // namespace
 
 void AddWaitOption(CLI::App& verb, double& seconds) {
@@ -40,8 +35,12 @@ void AddTargetOptions(CLI::App& verb, TargetOptions& options) {
   AddWaitOption(verb, options.m_Wait);
 }
 
-TargetLock::TargetLock(const std::string& path, double wait)
-    : m_Lock(Exists(path) ? path : FolderOf(path), wait) {}
+TargetLock::TargetLock(const std::string& path, double wait) : m_Lock(FileName(path)) {
+  ZAMLog log;
+  if (m_Lock.Lock(wait, &log) == 0) {
+    throw Failure(path, "cannot lock it", Reason(log, path));
+  }
+}
 
 TargetLock::TargetLock(const std::string& path, const TargetOptions& options)
     : TargetLock(path, options.m_Wait) {

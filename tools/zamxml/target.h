@@ -1,9 +1,9 @@
 #pragma once
 
+#include <ZAMXMLData.h>
+
 #include <CLI/CLI.hpp>
 #include <string>
-
-#include "file_lock.h"
 
 /// The file that a verb writes.
 
@@ -16,8 +16,8 @@ struct TargetOptions {
 void AddTargetOptions(CLI::App& verb, TargetOptions& options);
 void AddWaitOption(CLI::App& verb, double& seconds);
 
-/// Keeps other zamxml processes away from a path, whether there is a file or not. Failure when
-/// another holds it longer than the wait, in seconds.
+/// Keeps every other holder of a lock away from a path, whether there is a file or not. Failure
+/// when another holds it longer than the wait, in seconds.
 class TargetLock {
 public:
   TargetLock(const std::string& path, double wait);
@@ -25,5 +25,5 @@ public:
   TargetLock(const std::string& path, const TargetOptions& options);
 
 private:
-  FileLock m_Lock;
+  ZAMFileLock m_Lock;
 };
