@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "memory.h"
 #include "output.h"
+#include "target.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -121,7 +122,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  WatchMemory();
+  WatchMemory(ReleaseTarget);
   try {
     return Run(argc, argv);
   } catch (...) {

@@ -12,24 +12,27 @@
 namespace {
 
 thread_local bool ranShort = false;
+void (*lastActBeforeEnd)() noexcept = nullptr;
 
 [[noreturn]] void OnFailingNew() {
   ranShort = true;
   throw std::bad_alloc();
 }
 
-/// A destructor may need memory: what it throws arrives here.
+/// Destructors of JSON need memory: what they throw arrives here.
 [[noreturn]] void OnTerminate() {
   if (!ranShort) {
     std::abort();
   }
+  lastActBeforeEnd();
   ReportShortage();
   ::_exit(ExitFailed);
 }
 
 }  // namespace
 
-void WatchMemory() {
+void WatchMemory(void (*lastAct)() noexcept) {
+  lastActBeforeEnd = lastAct;
   std::set_new_handler(OnFailingNew);
   std::set_terminate(OnTerminate);
 }

@@ -9,8 +9,8 @@
 /// saves, and fails instead.
 
 /// Begins to watch. From then on a failure that nothing can catch ends the program with its message
-/// and ExitFailed.
-void WatchMemory();
+/// and ExitFailed, after that last act.
+void WatchMemory(void (*lastAct)() noexcept);
 
 /// Whether an allocation of this thread has failed since its beginning, or since ForgetShortage.
 bool RanShort() noexcept;

@@ -11,6 +11,8 @@ namespace {
 
 constexpr double LongestWait = 3600;
 
+ZAMFileLock* held = nullptr;
+
 std::string CheckWait(const std::string& text) {
   char* end = nullptr;
   const double seconds = std::strtod(text.c_str(), &end);
@@ -39,6 +41,15 @@ TargetLock::TargetLock(const std::string& path, double wait) : m_Lock(FileName(p
   ZAMLog log;
   if (m_Lock.Lock(wait, &log) == 0) {
     throw Failure(path, "cannot lock it", Reason(log, path));
+  }
+  held = &m_Lock;
+}
+
+TargetLock::~TargetLock() { held = nullptr; }
+
+void ReleaseTarget() noexcept {
+  if (held != nullptr) {
+    held->Unlock();
   }
 }
 

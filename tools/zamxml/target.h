@@ -23,7 +23,13 @@ public:
   TargetLock(const std::string& path, double wait);
   /// The same for a file that is to be made: Failure when it exists and is not to be replaced.
   TargetLock(const std::string& path, const TargetOptions& options);
+  TargetLock(const TargetLock&) = delete;
+  TargetLock& operator=(const TargetLock&) = delete;
+  ~TargetLock();
 
 private:
   ZAMFileLock m_Lock;
 };
+
+/// Gives up the lock that is held, if any, where the program ends without unwinding.
+void ReleaseTarget() noexcept;
