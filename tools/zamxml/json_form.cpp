@@ -93,6 +93,8 @@ Json ParseJson(const std::string& source, const std::string& text) {
   } catch (const Json::parse_error& error) {
     throw Failure(source, "cannot read it",
                   PlaceOf(std::string_view(text).substr(0, error.byte)) + ": it is no JSON here");
+  } catch (const Json::out_of_range&) {
+    throw Failure(source, "cannot read it", "a number in it is too large");
   }
 }
 

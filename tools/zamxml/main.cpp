@@ -20,8 +20,8 @@ constexpr const char* Footer =
     "it. Modifications are numbered from 0, as \"zamxml log\" shows them. A PATH is element names\n"
     "joined by \"/\" below the root element, as in PatientInfo/Name/Family; PATH@ATTR is an\n"
     "attribute of that element. FILE may be \"-\", the standard input, where it is only read.\n"
-    "Exit code: 0 fine, 1 a finding (invalid, different, in conflict), 2 wrong usage or a file\n"
-    "that cannot be read or written.";
+    "Exit code: 0 fine, 1 a finding (invalid, different, in conflict), 2 wrong usage, a file that\n"
+    "cannot be read or written, or too little memory.";
 
 /// What the user gave in the place of a verb, when it is none: the parser only says that something
 /// is missing.

@@ -90,7 +90,7 @@ private:
     }
     const IXMLDOMNodePtr element = m_Tree.AddChildNode(parent, _bstr_t::FromUtf8(name), nullptr);
     if (!element) {
-      Refuse(Reason(m_Tree, m_Source));
+      Refuse("its elements are nested deeper than 1000");
     }
     Fill(element, json);
   }
