@@ -22,15 +22,13 @@ struct ZAMXml::Access {
   pugi::xml_node ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path, int index);
   /// Records why no child can be added at the path.
   void RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path);
-  /// Adds the last step of a path below an element, after building the steps that are missing.
-  pugi::xml_node Add(pugi::xml_node parent, const std::vector<std::string>& steps);
 
   /// A text as the tree stores it; the log is warned about what XML cannot carry.
-  std::string Stored(ZAMTextView text, pugi::xml_node element);
+  std::string Stored(ZAMTextView text, pugi::xml_node element) const;
 
   template <class Text>
   int GetText(pugi::xml_node element, Text& text) const;
-  int SetText(pugi::xml_node element, ZAMTextView text);
+  int SetText(pugi::xml_node element, ZAMTextView text) const;
   template <class Text>
   int GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const;
   int SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value);

@@ -16,13 +16,24 @@ namespace {
 /// must not count all of them each time.
 constexpr int MaximumCounted = 256;
 
+/// A text that is there already stays, and nothing is allocated for it.
+void Assign(_bstr_t& text, std::string_view bytes) {
+  if (!zam::IsSame(text.view(), bytes) || !text) {
+    text = _bstr_t::FromUtf8(bytes);
+  }
+}
+
+void Assign(CString& text, std::string_view bytes) {
+  text.Empty();
+  text += _bstr_t::FromUtf8(bytes);
+}
+
 }  // namespace
 
 pugi::xml_node ZAMXml::Access::Child(const IXMLDOMNodePtr& handle, ZAMTextView path,
                                      int index) const {
   const pugi::xml_node element = Element(handle);
-  return element ? m_Xml.m_Document->m_Finder.Find(element, zam::PathSteps(path.view()), index)
-                 : element;
+  return element ? m_Xml.m_Document->Find(element, zam::Path(path.view()), index) : element;
 }
 
 pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path,
@@ -32,9 +43,9 @@ pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextV
     RefuseChild(handle, path);
     return element;
   }
-  const std::vector<std::string> steps = zam::PathSteps(path.view());
-  const pugi::xml_node found = m_Xml.m_Document->m_Finder.Find(element, steps, index);
-  const pugi::xml_node child = found ? found : Add(element, steps);
+  const zam::Path steps(path.view());
+  const pugi::xml_node found = m_Xml.m_Document->Find(element, steps, index);
+  const pugi::xml_node child = found ? found : m_Xml.m_Document->Add(element, steps);
   if (!child) {
     RefuseChild(handle, path);
   }
@@ -49,19 +60,7 @@ void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path)
              nullptr);
 }
 
-pugi::xml_node ZAMXml::Access::Add(pugi::xml_node parent, const std::vector<std::string>& steps) {
-  ZAMXmlDocument& document = *m_Xml.m_Document;
-  if (zam::DepthOf(parent) + static_cast<int>(steps.size()) > zam::MaximumDepth) {
-    return {};
-  }
-  for (std::size_t i = 0; i + 1 < steps.size(); ++i) {
-    const pugi::xml_node known = document.m_Finder.Find(parent, {steps[i]}, 0);
-    parent = known ? known : document.AddElement(parent, steps[i]);
-  }
-  return document.AddElement(parent, steps.back());
-}
-
-std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) {
+std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) const {
   bool replaced = false;
   std::string stored = zam::ToXmlUtf8(text.view(), replaced);
   if (replaced) {
@@ -77,11 +76,12 @@ std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) {
 
 template <class Text>
 int ZAMXml::Access::GetText(pugi::xml_node element, Text& text) const {
-  text = element ? _bstr_t::FromUtf8(m_Xml.m_Document->Text(element)) : _bstr_t(u"");
+  std::string joined;
+  Assign(text, element ? ZAMXmlDocument::Text(element, joined) : std::string_view());
   return element ? 1 : 0;
 }
 
-int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) {
+int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) const {
   if (!element) {
     return 0;
   }
@@ -92,7 +92,7 @@ int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) {
 template <class Text>
 int ZAMXml::Access::GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const {
   const pugi::xml_attribute attribute = element.attribute(zam::StoredName(name.view()).c_str());
-  value = _bstr_t::FromUtf8(attribute.value());
+  Assign(value, attribute.value());
   return attribute ? 1 : 0;
 }
 

@@ -22,8 +22,7 @@ public:
   IXMLDOMNodePtr(std::nullptr_t) noexcept;
   IXMLDOMNodePtr(const IXMLDOMNodePtr&) noexcept;
   IXMLDOMNodePtr(IXMLDOMNodePtr&&) noexcept;
-  IXMLDOMNodePtr& operator=(const IXMLDOMNodePtr&) noexcept;
-  IXMLDOMNodePtr& operator=(IXMLDOMNodePtr&&) noexcept;
+  IXMLDOMNodePtr& operator=(IXMLDOMNodePtr) noexcept;
   ~IXMLDOMNodePtr();
 
   /// True when there is an element behind the handle.
@@ -40,9 +39,9 @@ public:
 private:
   friend class ZAMXml;
   friend struct ZAMXmlDocument;
-  explicit IXMLDOMNodePtr(std::shared_ptr<ZAMXmlNode> node) noexcept;
+  explicit IXMLDOMNodePtr(ZAMXmlNode* node) noexcept;
 
-  std::shared_ptr<ZAMXmlNode> m_Node;
+  ZAMXmlNode* m_Node = nullptr;
 };
 
 /// One XML document in memory.
