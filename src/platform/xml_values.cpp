@@ -16,19 +16,17 @@ namespace {
 /// must not count all of them each time.
 constexpr int MaximumCounted = 256;
 
-/// A text that is there already stays, and nothing is allocated for it.
-void Assign(_bstr_t& text, std::string_view bytes) {
-  if (!zam::IsSame(text.view(), bytes) || !text) {
+}  // namespace
+
+void ZAMXml::Access::Assign(_bstr_t& text, std::string_view bytes) {
+  if (!text || !zam::IsSame(text.view(), bytes)) {
     text = _bstr_t::FromUtf8(bytes);
   }
 }
 
-void Assign(CString& text, std::string_view bytes) {
-  text.Empty();
-  text += _bstr_t::FromUtf8(bytes);
+void ZAMXml::Access::Assign(CString& text, std::string_view bytes) {
+  text = _bstr_t::FromUtf8(bytes);
 }
-
-}  // namespace
 
 pugi::xml_node ZAMXml::Access::Child(const IXMLDOMNodePtr& handle, ZAMTextView path,
                                      int index) const {
@@ -37,7 +35,7 @@ pugi::xml_node ZAMXml::Access::Child(const IXMLDOMNodePtr& handle, ZAMTextView p
 }
 
 pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path,
-                                          int index) {
+                                          int index) const {
   const pugi::xml_node element = Element(handle);
   if (!element) {
     RefuseChild(handle, path);
@@ -52,7 +50,7 @@ pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextV
   return child;
 }
 
-void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path) {
+void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path) const {
   m_Xml.Fail(zam::CodeNotAdded,
              m_Xml.GetNodePath(parent) + u": \"" + _bstr_t(path) +
                  (m_Xml.HasNode(parent) != 0 ? u"\" would be nested too deep."
@@ -74,13 +72,6 @@ std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) con
   return stored;
 }
 
-template <class Text>
-int ZAMXml::Access::GetText(pugi::xml_node element, Text& text) const {
-  std::string joined;
-  Assign(text, element ? ZAMXmlDocument::Text(element, joined) : std::string_view());
-  return element ? 1 : 0;
-}
-
 int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) const {
   if (!element) {
     return 0;
@@ -96,15 +87,15 @@ int ZAMXml::Access::GetAttribute(pugi::xml_node element, ZAMTextView name, Text&
   return attribute ? 1 : 0;
 }
 
-int ZAMXml::Access::SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value) {
+int ZAMXml::Access::SetAttribute(pugi::xml_node element, const char* name,
+                                 ZAMTextView value) const {
   if (!element) {
     return 0;
   }
-  const std::string stored = zam::StoredName(name.view());
   const std::string bytes = Stored(value, element);
-  const pugi::xml_attribute known = element.attribute(stored.c_str());
-  pugi::xml_attribute attribute = known ? known : element.append_attribute(stored.c_str());
-  if ((!known && !attribute.set_name(stored.c_str())) || !attribute.set_value(bytes.c_str())) {
+  const pugi::xml_attribute known = element.attribute(name);
+  pugi::xml_attribute attribute = known ? known : element.append_attribute(name);
+  if ((!known && !attribute.set_name(name)) || !attribute.set_value(bytes.c_str(), bytes.size())) {
     if (!known) {
       element.remove_attribute(attribute);
     }
@@ -166,8 +157,10 @@ int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
 int ZAMXml::SetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, ZAMTextView value, int index) {
   Access access{*this};
-  return access.Allocating(
-      [&] { return access.SetAttribute(access.ChildToSet(node, child, index), attribute, value); });
+  return access.Allocating([&] {
+    return access.SetAttribute(access.ChildToSet(node, child, index),
+                               zam::StoredName(attribute.view()).c_str(), value);
+  });
 }
 
 int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, _bstr_t& text) {
@@ -199,8 +192,10 @@ int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, 
 
 int ZAMXml::SetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, ZAMTextView value) {
   Access access{*this};
-  return access.Allocating(
-      [&] { return access.SetAttribute(access.Element(node), attribute, value); });
+  return access.Allocating([&] {
+    return access.SetAttribute(access.Element(node), zam::StoredName(attribute.view()).c_str(),
+                               value);
+  });
 }
 
 int ZAMXml::GetAttributeCount(const IXMLDOMNodePtr& node) {

@@ -10,6 +10,9 @@
 
 struct ZAMXmlNode;
 struct ZAMXmlDocument;
+namespace zam {
+class FieldCursor;
+}
 
 /// A counted handle to one element of a ZAMXml document; null means no element.
 ///
@@ -195,6 +198,7 @@ protected:
   int OnFileSave(const _bstr_t& path, ZAMLog* log) override;
 
 private:
+  friend class zam::FieldCursor;
   struct ZAMXML_LOCAL Access;
 
   int Fail(int code, const _bstr_t& detail, ZAMLog* log);
