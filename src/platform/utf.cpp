@@ -78,8 +78,11 @@ bool IsSame(std::u16string_view units, std::string_view bytes) noexcept {
 }
 
 bool IsAscii(std::string_view bytes) noexcept {
-  return std::all_of(bytes.begin(), bytes.end(),
-                     [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+  unsigned int bits = 0;
+  for (const char byte : bytes) {
+    bits |= static_cast<unsigned char>(byte);
+  }
+  return bits < 0x80;
 }
 
 std::u16string ToUtf16(std::string_view bytes) {
