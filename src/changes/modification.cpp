@@ -43,10 +43,10 @@ int ZAMXMLModification::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog*
   return zam::RunGuarded(xml, element, log, [&] {
     zam::WritingFields fields(xml, element, log);
     Fields(*this, fields);
-    IXMLDOMNodePtr changes = zam::FindOrAddChild(xml, element, u"Changes");
+    const IXMLDOMNodePtr changes = zam::FindOrAddChild(xml, element, u"Changes");
+    zam::RequireStored(static_cast<bool>(changes));
     xml.RemoveChildNodeAll(changes);
     zam::WriteEntries(m_Changes, xml, changes, u"Item", log);
-    changes.Release();
     return 1;
   });
 }

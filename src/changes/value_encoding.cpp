@@ -1,5 +1,6 @@
 #include <string_view>
 
+#include "changes/value_encoding.h"
 #include "records/name_fields.h"
 #include "zamxml/changes.h"
 
@@ -34,6 +35,18 @@ private:
 class FoldingFields : public FoldingText {
 public:
   void Text(ZAMTextView, const _bstr_t& value) { Append(value); }
+};
+
+/// Looks for the separator in texts.
+class SearchingFields {
+public:
+  void Text(ZAMTextView, const _bstr_t& value) {
+    m_Found = m_Found || value.view().find(Separator) != std::u16string_view::npos;
+  }
+  bool Found() const { return m_Found; }
+
+private:
+  bool m_Found = false;
 };
 
 class UnfoldingFields {
@@ -79,4 +92,19 @@ void ZAMXMLChangeItem::DecodeXMLStatement(const _bstr_t& text, ZAMXMLStatement& 
       list.AddStatement(piece);
     }
   }
+}
+
+bool zam::HoldsSeparator(const ZAMXMLName& name) {
+  SearchingFields fields;
+  NameFields(name, fields);
+  return fields.Found();
+}
+
+bool zam::HoldsSeparator(const ZAMXMLStatement& list) {
+  SearchingFields fields;
+  _bstr_t entry;
+  for (int index = 0; list.GetStatement(index, entry) != 0; ++index) {
+    fields.Text(nullptr, entry);
+  }
+  return fields.Found();
 }

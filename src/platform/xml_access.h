@@ -20,6 +20,8 @@ struct ZAMXml::Access {
   pugi::xml_node Child(const IXMLDOMNodePtr& handle, ZAMTextView path, int index) const;
   /// That child; made as the last one when it is missing. A null node, logged, when it cannot be.
   pugi::xml_node ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path, int index);
+  /// Records why no child can be added at the path.
+  void RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path);
   /// Adds the last step of a path below an element, after building the steps that are missing.
   pugi::xml_node Add(pugi::xml_node parent, const std::vector<std::string>& steps);
 
@@ -33,19 +35,21 @@ struct ZAMXml::Access {
   int GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const;
   int SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value);
 
+  /// Takes a step that may run out of memory: the tree counts that, and _com_error is raised.
+  template <class Step>
+  auto Allocating(Step step) const {
+    try {
+      return step();
+    } catch (const std::bad_alloc&) {
+      m_Xml.ReportShortage();
+      throw _com_error(E_OUTOFMEMORY);
+    } catch (const _com_error& error) {
+      if (error.Error() == E_OUTOFMEMORY) {
+        m_Xml.ReportShortage();
+      }
+      throw;
+    }
+  }
+
   static std::string PathOf(pugi::xml_node element, int index);
 };
-
-namespace zam {
-
-/// Takes a step that may run out of memory; that is raised as the platform's error.
-template <class Step>
-auto Allocating(Step step) {
-  try {
-    return step();
-  } catch (const std::bad_alloc&) {
-    throw _com_error(E_OUTOFMEMORY);
-  }
-}
-
-}  // namespace zam

@@ -133,18 +133,41 @@ void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const std::string& na
   RememberFormatting(parent);
   m_Finder.Removing(parent, name);
   for (const pugi::xml_node child : children) {
-    Forget(child, true);
-    const pugi::xml_node before = child.previous_sibling();
-    const pugi::xml_node behind = child.next_sibling();
-    if (before && zam::IsFormatting(before)) {
-      parent.remove_child(before);
-    } else if (before.type() == pugi::node_pcdata && behind && zam::IsFormatting(behind)) {
-      // White space next to a text would become a part of it.
-      parent.remove_child(behind);
-    }
-    parent.remove_child(child);
+    RemoveElement(parent, child);
   }
   DropFormatting(parent);
+}
+
+void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const std::string& name, int first,
+                                    int count) {
+  m_Finder.Forget(parent);
+  pugi::xml_node child = zam::ElementFrom(parent.first_child());
+  for (int index = 0; child;) {
+    const pugi::xml_node next = zam::ElementFrom(child.next_sibling());
+    if (name == child.name() && index++ >= first) {
+      if (count-- > 0) {
+        RemoveElement(parent, child);
+      } else if (const auto handle = m_Handles.find(child.internal_object());
+                 handle != m_Handles.end()) {
+        handle->second->m_Index = -1;
+      }
+    }
+    child = next;
+  }
+  DropFormatting(parent);
+}
+
+void ZAMXmlDocument::RemoveElement(pugi::xml_node parent, pugi::xml_node child) {
+  Forget(child, true);
+  const pugi::xml_node before = child.previous_sibling();
+  const pugi::xml_node behind = child.next_sibling();
+  if (before && zam::IsFormatting(before)) {
+    parent.remove_child(before);
+  } else if (before.type() == pugi::node_pcdata && behind && zam::IsFormatting(behind)) {
+    // White space next to a text would become a part of it.
+    parent.remove_child(behind);
+  }
+  parent.remove_child(child);
 }
 
 void ZAMXmlDocument::RemoveContent(pugi::xml_node parent) {

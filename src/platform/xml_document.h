@@ -22,8 +22,7 @@ struct ZAMXmlNode : std::enable_shared_from_this<ZAMXmlNode> {
 
   ZAMXmlDocument* m_Document;  ///< null once the element is gone
   pugi::xml_node m_Node;
-  int m_Index;  ///< index among siblings of the name, or -1 where it is not known. It never
-                ///< changes: elements of one name are added at the end and removed all at once.
+  int m_Index;  ///< index among siblings of the name, or -1 where it is not known
 };
 
 /// One document in memory: the tree and what is remembered about its elements.
@@ -49,6 +48,8 @@ struct ZAMXmlDocument {
 
   /// Remove child elements with the white space that indented them; or all that the parent holds.
   void RemoveElements(pugi::xml_node parent, const std::string& name);
+  /// The same for up to count of them from the index first on; needs no memory.
+  void RemoveElements(pugi::xml_node parent, const std::string& name, int first, int count);
   void RemoveContent(pugi::xml_node parent);
 
   /// The text of an element: its text and CDATA pieces joined. Where it has child elements, white
@@ -87,6 +88,8 @@ private:
 
   /// The white space to put around a new last child.
   Formatting FormattingFor(pugi::xml_node parent);
+  /// Removes a child element with the white space that indented it.
+  void RemoveElement(pugi::xml_node parent, pugi::xml_node child);
   /// Takes away the formatting that is left over when the last child element has gone.
   void DropFormatting(pugi::xml_node parent);
   void Forget(pugi::xml_node subtree, bool itself);

@@ -39,13 +39,10 @@ int ZAMXml::Fail(int code, const _bstr_t& detail, ZAMLog* log) {
 }
 
 int ZAMXml::FailWithoutMemory(ZAMLog* log) noexcept {
-  try {
-    return Fail(zam::CodeNoMemory, nullptr, log);
-  } catch (const _com_error&) {
-    SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_XML, zam::CodeNoMemory, nullptr, nullptr, 0);
-    SafeLogCopy(log);
-    return 0;
-  }
+  ReportShortage();
+  zam::RecordNoMemory(*this, ZAM_LOG_CATEGORY_XML);
+  SafeLogCopy(log);
+  return 0;
 }
 
 int ZAMXml::Replace(std::unique_ptr<ZAMXmlDocument> document) {
@@ -110,13 +107,15 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   }
 }
 
+ZAMLog* ZAMXml::SetWarningLog(ZAMLog* log) noexcept { return std::exchange(m_pWarningLog, log); }
+
 int ZAMXml::SetDurable(int durable) noexcept { return std::exchange(m_nDurable, durable); }
 
 int ZAMXml::CreateRoot(ZAMTextView name) {
   if (!m_Document || m_Document->Root()) {
     return Fail(zam::CodeNotAdded, u"There is a root element already, or no document.", nullptr);
   }
-  zam::Allocating([&] { m_Document->AddRoot(zam::StoredName(name.view())); });
+  Access{*this}.Allocating([&] { m_Document->AddRoot(zam::StoredName(name.view())); });
   return 1;
 }
 
@@ -154,7 +153,7 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
 }
 
 IXMLDOMNodePtr ZAMXml::GetNode(ZAMTextView path, int index) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     if (m_Document) {
       Steps steps = zam::PathSteps(path.view());
       const pugi::xml_node root = m_Document->Root();
@@ -173,7 +172,7 @@ IXMLDOMNodePtr ZAMXml::GetNode(ZAMTextView path, int index) {
 }
 
 IXMLDOMNodePtr ZAMXml::AddNode(ZAMTextView path, ZAMTextView text, int /*index*/) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     if (m_Document) {
       Steps steps = zam::PathSteps(path.view());
       const std::string name = steps.back();
@@ -196,7 +195,7 @@ IXMLDOMNodePtr ZAMXml::AddNode(ZAMTextView path, ZAMTextView text, int /*index*/
 }
 
 IXMLDOMNodePtr ZAMXml::GetChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, int index) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     const pugi::xml_node found = Access{*this}.Child(node, name, index);
     const bool oneStep = name.view().find(u'/') == std::u16string_view::npos;
     return found ? m_Document->Handle(found, oneStep ? index : -1) : IXMLDOMNodePtr();
@@ -205,16 +204,13 @@ IXMLDOMNodePtr ZAMXml::GetChildNode(const IXMLDOMNodePtr& node, ZAMTextView name
 
 IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
                                     int /*index*/) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     Access access{*this};
     const pugi::xml_node parent = access.Element(node);
     const pugi::xml_node added =
         parent ? access.Add(parent, zam::PathSteps(name.view())) : pugi::xml_node();
     if (!added) {
-      Fail(zam::CodeNotAdded,
-           GetNodePath(node) + u": " + Quoted(name) +
-               (parent ? u" would be nested too deep." : u" has no element to stand in."),
-           nullptr);
+      access.RefuseChild(node, name);
       return {};
     }
     access.SetText(added, text);
@@ -223,14 +219,14 @@ IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name
 }
 
 int ZAMXml::GetNodeCount(const IXMLDOMNodePtr& node, ZAMTextView name) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node parent = Access{*this}.Element(node);
     return parent ? m_Document->m_Finder.Count(parent, zam::PathSteps(name.view())) : 0;
   });
 }
 
 int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node parent = Access{*this}.Element(node);
     if (!parent) {
       return 0;
@@ -251,7 +247,7 @@ int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name) {
 }
 
 int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node parent = Access{*this}.Element(node);
     if (!parent) {
       return 0;
@@ -261,15 +257,27 @@ int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node) {
   });
 }
 
+int ZAMXml::RemoveChildNodes(const IXMLDOMNodePtr& node, ZAMTextView name, int first, int count) {
+  Access access{*this};
+  return access.Allocating([&] {
+    const pugi::xml_node parent = access.Element(node);
+    if (!parent) {
+      return 0;
+    }
+    m_Document->RemoveElements(parent, zam::StoredName(name.view()), first, count);
+    return 1;
+  });
+}
+
 IXMLDOMNodePtr ZAMXml::GetFirstChildNode(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     const pugi::xml_node parent = Access{*this}.Element(node);
     return parent ? m_Document->Handle(zam::ElementFrom(parent.first_child())) : IXMLDOMNodePtr();
   });
 }
 
 IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     const pugi::xml_node element = Access{*this}.Element(node);
     return element ? m_Document->Handle(zam::ElementFrom(element.next_sibling()))
                    : IXMLDOMNodePtr();
@@ -277,8 +285,9 @@ IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
 }
 
 _bstr_t ZAMXml::GetNodeName(const IXMLDOMNodePtr& node) {
-  const pugi::xml_node element = Access{*this}.Element(node);
-  return element ? _bstr_t::FromUtf8(element.name()) : _bstr_t();
+  Access access{*this};
+  const pugi::xml_node element = access.Element(node);
+  return access.Allocating([&] { return element ? _bstr_t::FromUtf8(element.name()) : _bstr_t(); });
 }
 
 int ZAMXml::HasNode(const IXMLDOMNodePtr& node) const noexcept {
@@ -286,7 +295,7 @@ int ZAMXml::HasNode(const IXMLDOMNodePtr& node) const noexcept {
 }
 
 _bstr_t ZAMXml::GetNodePath(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node element = Access{*this}.Element(node);
     return element ? _bstr_t::FromUtf8(Access::PathOf(element, node.m_Node->m_Index)) : _bstr_t();
   });

@@ -1,4 +1,5 @@
 #include <iterator>
+#include <utility>
 
 #include "platform/codes.h"
 #include "platform/name_escape.h"
@@ -28,18 +29,24 @@ pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextV
                                           int index) {
   const pugi::xml_node element = Element(handle);
   if (!element) {
+    RefuseChild(handle, path);
     return element;
   }
   const std::vector<std::string> steps = zam::PathSteps(path.view());
   const pugi::xml_node found = m_Xml.m_Document->m_Finder.Find(element, steps, index);
   const pugi::xml_node child = found ? found : Add(element, steps);
   if (!child) {
-    m_Xml.Fail(
-        zam::CodeNotAdded,
-        m_Xml.GetNodePath(handle) + u": \"" + _bstr_t(path) + u"\" would be nested too deep.",
-        nullptr);
+    RefuseChild(handle, path);
   }
   return child;
+}
+
+void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path) {
+  m_Xml.Fail(zam::CodeNotAdded,
+             m_Xml.GetNodePath(parent) + u": \"" + _bstr_t(path) +
+                 (m_Xml.HasNode(parent) != 0 ? u"\" would be nested too deep."
+                                             : u"\" has no element to stand in."),
+             nullptr);
 }
 
 pugi::xml_node ZAMXml::Access::Add(pugi::xml_node parent, const std::vector<std::string>& steps) {
@@ -58,9 +65,12 @@ std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) {
   bool replaced = false;
   std::string stored = zam::ToXmlUtf8(text.view(), replaced);
   if (replaced) {
-    m_Xml.SetLog_Warring(ZAM_LOG_CATEGORY_XML,
-                         u"Characters that XML cannot carry were stored as U+FFFD.",
-                         _bstr_t::FromUtf8(PathOf(element, -1)), 0);
+    const _bstr_t what = u"Characters that XML cannot carry were stored as U+FFFD.";
+    const _bstr_t where = _bstr_t::FromUtf8(PathOf(element, -1));
+    m_Xml.SetLog_Warring(ZAM_LOG_CATEGORY_XML, what, where, 0);
+    if (m_Xml.m_pWarningLog != nullptr) {
+      m_Xml.m_pWarningLog->SetLog_Warring(ZAM_LOG_CATEGORY_XML, what, where, 0);
+    }
   }
   return stored;
 }
@@ -123,73 +133,73 @@ std::string ZAMXml::Access::PathOf(pugi::xml_node element, int index) {
 int ZAMXml::GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, _bstr_t& text,
                              int index) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
+  return access.Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
 }
 
 int ZAMXml::GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, CString& text,
                              int index) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
+  return access.Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
 }
 
 int ZAMXml::SetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
                              int index) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.SetText(access.ChildToSet(node, name, index), text); });
 }
 
 int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, _bstr_t& value, int index) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Child(node, child, index), attribute, value); });
 }
 
 int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, CString& value, int index) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Child(node, child, index), attribute, value); });
 }
 
 int ZAMXml::SetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, ZAMTextView value, int index) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.SetAttribute(access.ChildToSet(node, child, index), attribute, value); });
 }
 
 int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, _bstr_t& text) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Element(node), text); });
+  return access.Allocating([&] { return access.GetText(access.Element(node), text); });
 }
 
 int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, CString& text) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Element(node), text); });
+  return access.Allocating([&] { return access.GetText(access.Element(node), text); });
 }
 
 int ZAMXml::SetNodeText(const IXMLDOMNodePtr& node, ZAMTextView text) {
   Access access{*this};
-  return zam::Allocating([&] { return access.SetText(access.Element(node), text); });
+  return access.Allocating([&] { return access.SetText(access.Element(node), text); });
 }
 
 int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, _bstr_t& value) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Element(node), attribute, value); });
 }
 
 int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, CString& value) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Element(node), attribute, value); });
 }
 
 int ZAMXml::SetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, ZAMTextView value) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.SetAttribute(access.Element(node), attribute, value); });
 }
 
@@ -199,12 +209,16 @@ int ZAMXml::GetAttributeCount(const IXMLDOMNodePtr& node) {
 }
 
 int ZAMXml::GetAttribute(const IXMLDOMNodePtr& node, int index, _bstr_t& name, _bstr_t& value) {
-  for (const pugi::xml_attribute attribute : Access{*this}.Element(node).attributes()) {
-    if (index-- == 0) {
-      value = _bstr_t::FromUtf8(attribute.value());
-      name = _bstr_t::FromUtf8(attribute.name());
-      return 1;
+  Access access{*this};
+  return access.Allocating([&] {
+    for (const pugi::xml_attribute attribute : access.Element(node).attributes()) {
+      if (index-- == 0) {
+        _bstr_t found = _bstr_t::FromUtf8(attribute.value());
+        name = _bstr_t::FromUtf8(attribute.name());
+        value = std::move(found);
+        return 1;
+      }
     }
-  }
-  return 0;
+    return 0;
+  });
 }

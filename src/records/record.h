@@ -27,10 +27,16 @@
 /// repeated children.
 namespace zam {
 
+/// Raised after the tree refused a step and recorded why: its entry is the reason.
+class StepRefused {};
+
 /// Records the exception that is being handled in the tree's log, with the place of the element,
 /// and copies that log into the caller's. To be called in a catch block.
 inline void ReportCaught(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log) noexcept {
   const auto record = [&xml, &element](int code, const char* what) noexcept {
+    if (code == E_OUTOFMEMORY) {
+      xml.ReportShortage();
+    }
     try {
       xml.SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_XML, code, what, xml.GetNodePath(element), 0);
     } catch (...) {
@@ -40,6 +46,8 @@ inline void ReportCaught(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log
   };
   try {
     throw;
+  } catch (const StepRefused&) {
+    // The tree's entry is the reason.
   } catch (const _com_error& error) {
     record(error.Error(), error.what());
   } catch (const std::bad_alloc& error) {
@@ -73,10 +81,10 @@ int RunGuarded(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log, Body bod
   return RunCatching(xml, element, log, body);
 }
 
-/// Ends a write that could not store a value or an element, so that none is lost in silence.
+/// Ends a write whose value or element the tree refused, so that none is lost in silence.
 inline void RequireStored(bool stored) {
   if (!stored) {
-    throw _com_error(E_INVALIDARG);
+    throw StepRefused();
   }
 }
 
@@ -196,14 +204,14 @@ void ForEachChild(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMTextView name, 
   }
 }
 
-/// Adds a child of that name and text and hands it to the body. It is released afterwards, which
-/// raises _com_error (E_POINTER) when it could not be added.
+/// Adds a child of that name and text and hands it to the body. Raises StepRefused when it could
+/// not be added.
 template <class Body>
 void AddChild(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMTextView name, ZAMTextView text,
               int index, Body body) {
   IXMLDOMNodePtr child = xml.AddChildNode(element, name, text, index);
+  RequireStored(static_cast<bool>(child));
   body(child);
-  child.Release();
 }
 
 /// The same for a child that holds nothing but its text.
