@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "support/document.h"
-#include "support/shortage.h"
 
 namespace {
 
@@ -72,27 +71,6 @@ TEST_F(DocumentHistory, AReadingThatFailsKeepsTheListAndTheNextMoveRepairs) {
     EXPECT_EQ(m_Document.Weight(), u"60");
     EXPECT_EQ(m_Document.SetHistory(2), 1);
   }
-}
-
-/// With memory failing anywhere in a move, what is saved afterwards is still the original content.
-TEST_F(DocumentHistory, AnInterruptedMoveIsRepairedByTheNext) {
-  auto changes = test::ThreeWeights();
-  changes[1] = {"PatientInfo/Name", "", "Kim^^^^^", "Kim Min-seo^Kim^Min-seo^^^", "NAME"};
-  changes[2].m_Old = "60";
-  test::Load(m_Tree, test::DocumentBytes(changes));
-  test::ForEachShortage([this](test::Shortage& shortage) {
-    test::Document document;
-    ASSERT_EQ(document.OpenFromXML(m_Tree, nullptr), 1);
-    const int shown = shortage.During([&] { return document.SetHistory(-1); });
-    EXPECT_TRUE(shortage.Happened() || shown == 1);
-    EXPECT_TRUE(shown == 0 || document.m_PatientInfo.m_Name.m_Full == u"Kim");
-    ASSERT_EQ(document.GetHistoryCount(), 3);
-    EXPECT_EQ(document.SetHistory(1), 1);
-    EXPECT_EQ(document.m_PatientInfo.m_Name.m_Given, u"Min-seo");
-    EXPECT_EQ(document.SetHistoryToOriginal(), 1);
-    EXPECT_EQ(document.m_PatientInfo.m_Name.m_Full, u"Kim");
-    EXPECT_EQ(document.Weight(), u"58");
-  });
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "support/document.h"
-#include "support/shortage.h"
 
 namespace {
 
@@ -214,33 +213,6 @@ TEST_F(DocumentRecording, TextsThatXmlCannotCarryNeverCostTheDocument) {
     ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
     EXPECT_EQ(test::Saved(m_Document.m_Xml), shown);
   }
-}
-
-/// An edit in which memory fails at any point leaves the document as it was, or committed.
-TEST_F(DocumentRecording, MemoryThatFailsLeavesTheOldStateOrTheNew) {
-  test::WriteBytes(m_Path, test::DocumentBytes(test::ThreeWeights()));
-  test::ForEachShortage([this](test::Shortage& shortage) {
-    test::Document document;
-    ASSERT_EQ(document.Open(m_Path.c_str(), nullptr), 1);
-    const int committed = shortage.During([&] {
-      return document.BeginModify(u"1", u"u", u"U") == 1 &&
-                     document.AddChangeItem(u"", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING,
-                                            u"a weight of many characters") == 0 &&
-                     document.AddChangeItemName(u"", u"PatientInfo/Name", ZAMXMLName()) == 1
-                 ? document.CommitModify()
-                 : 0;
-    });
-    EXPECT_TRUE(shortage.Happened() || committed == 1);
-    document.CancelModify();
-    EXPECT_TRUE(TemporaryFiles().empty());
-    EXPECT_EQ(document.m_strFilePath, m_Path.u16string());
-    ASSERT_GE(document.GetHistoryCount(), 3 + committed);
-    if (committed == 1) {
-      EXPECT_EQ(document.m_Modifications.GetModification(3)->GetChange(1)->m_OldValue, u"Kim^^^^^");
-    }
-    EXPECT_EQ(document.SetHistoryToOriginal(), 1);
-    EXPECT_EQ(document.Weight(), u"58");
-  });
 }
 
 TEST_F(DocumentRecording, ChangesOfWholeRecordsAreUndoneWhole) {
