@@ -1,7 +1,8 @@
 # run.sh <folder of the tool> <installed share folder> <scenario>
-# Plays a scenario in a fresh folder and compares what happens with what it says. Times of today and
-# fresh identifiers read WHEN and UID. Afterwards every document but bad*.xml must fit the schema,
-# and no temporary file may be left.
+# Plays a scenario in a fresh folder and compares what happens with what it says: the commands after
+# "$ " or "! ", what they print (both streams), and in brackets an exit code that is not 0 or, after
+# "! ", not 2. Times of today and fresh identifiers read WHEN and UID. Afterwards every document but
+# bad*.xml must fit the schema, and no temporary file may be left.
 set -u
 PATH=$1:$PATH
 share=$2 scenario=$3
@@ -18,18 +19,18 @@ play() {
   while IFS= read -r line; do
     case $line in
       "# "*) printf '%s\n' "$line" ;;
-      "\$ "*)
+      "\$ "* | "! "*)
         printf '%s\n' "$line"
         sh -c "${line#??}" </dev/null 2>&1
         code=$?
-        [ $code -eq 0 ] || echo "[$code]"
+        case "$line $code" in "\$ "*" 0" | "! "*" 2") ;; *) echo "[$code]" ;; esac
         ;;
     esac
   done
 }
 
 play <"$scenario" |
-  sed -E '/^\$ /!s/20(2[5-9]|[3-9][0-9])-[0-9]{2}-[0-9]{2} [0-9:]{8}/WHEN/; /^\$ /!s/2\.25\.[0-9]{20,}/UID/' \
+  sed -E '/^[$!] /!s/20(2[5-9]|[3-9][0-9])-[0-9]{2}-[0-9]{2} [0-9:]{8}/WHEN/; /^[$!] /!s/2\.25\.[0-9]{20,}/UID/' \
     >"$scratch/played"
 [ -z "${RECORD-}" ] || cp "$scratch/played" "$scenario"
 diff -u "$scenario" "$scratch/played" || exit 1
