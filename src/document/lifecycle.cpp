@@ -1,6 +1,7 @@
 #include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
+#include "platform/system.h"
 #include "zamxml/document.h"
 #include "zamxml/platform/util.h"
 

@@ -42,6 +42,11 @@ private:
   std::string m_Path;
 };
 
+/// The path of a file in the folder; null without a folder.
+_bstr_t PathIn(const zam::TemporaryFolder* folder, const _bstr_t& name) {
+  return folder != nullptr ? ZAMGF::MakePath(_bstr_t::FromUtf8(folder->Path()), name) : _bstr_t();
+}
+
 /// Saves of a tree inside a scope do not wait for the disk.
 class TransientSaves {
 public:
@@ -126,8 +131,9 @@ int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bs
 
 int ZAMXMLFile::TakeSnapshot() {
   const int count = GetHistoryCount();
-  const _bstr_t path = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(),
-                                       ZAMGF::MakeDateTimeFileName(u"ZAMRE_", u"_temp", u"xml"));
+  auto folder = zam::TemporaryFolder::Make();
+  const _bstr_t path =
+      PathIn(folder.get(), ZAMGF::MakeDateTimeFileName(u"ZAMRE_", u"_temp", u"xml"));
   {
     const TemporaryFile snapshot(path);
     if (SaveSnapshot(path) == 0) {
@@ -135,6 +141,7 @@ int ZAMXMLFile::TakeSnapshot() {
       return 0;
     }
     CancelModify();  // a hook may have begun an edit
+    m_SnapshotFolder = std::move(folder);
     if (m_CloneXml.Open(path, nullptr) == 0) {
       return 0;
     }
@@ -159,16 +166,13 @@ void ZAMXMLFile::PrepareSnapshot(int count) {
     _SetHistory(m_CloneXml, count - 1);
     memory.RequireEnough();
   }
-  const _bstr_t copy = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(), u"Clone.xml");
-  m_SnapshotCopy = copy.utf8();
-  m_CloneXml.SaveAs(copy, nullptr);
+  m_CloneXml.SaveAs(PathIn(m_SnapshotFolder.get(), u"Clone.xml"), nullptr);
 }
 
 void ZAMXMLFile::CloseSnapshot() {
   m_nForeignEdit = 0;
   m_CloneXml.Close();
-  zam::RemoveFile(m_SnapshotCopy);
-  m_SnapshotCopy.clear();
+  m_SnapshotFolder.reset();
 }
 
 void ZAMXMLFile::CancelModify() {

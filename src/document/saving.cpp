@@ -87,15 +87,15 @@ int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   }
   zam::KeptFile replaced(path.utf8());
   const bool copied = OnCopyXMLTemplate(path) != 0;
+  replaced.HostIsDone();
   if (session != Session()) {
     return RefuseReplaced(log);
   }
   Rebuild rebuild(*this, hasRoot);
-  if (BuildTree(copied, path, log) != 0) {
+  if (BuildTree(copied, path, replaced, log) != 0) {
     const _bstr_t dropped = SectionsMissing(rebuild.Former());
     if (SaveOriginal(path, log) != 0) {
       rebuild.Saved();
-      replaced.Forget();
       WarnOfDropped(dropped);
       return 1;
     }
@@ -108,12 +108,14 @@ int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   return 0;
 }
 
-int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log) {
+int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, zam::KeptFile& replaced,
+                          ZAMLog* log) {
   const zam::MemoryWatch memory(m_Xml);
   const unsigned int session = Session();
   const int started = fromTemplate
                           ? m_Xml.Open(path, log)
                           : m_Xml.New(nullptr) != 0 && m_Xml.CreateRoot(zam::RootPath) != 0;
+  replaced.PutBack();
   if (started == 0) {
     m_Xml.SafeLogCopy(this);
     return 0;
