@@ -87,13 +87,17 @@ public:
       : m_Document(document),
         m_Session(document.Session()),
         m_DocumentPath(document.m_strFilePath),
-        m_TreePath(document.m_Xml.m_strFilePath) {}
+        m_TreePath(document.m_Xml.m_strFilePath),
+        m_DocumentFile(document.m_pFile),
+        m_TreeFile(document.m_Xml.m_pFile) {}
   KeptPaths(const KeptPaths&) = delete;
   KeptPaths& operator=(const KeptPaths&) = delete;
   ~KeptPaths() {
     if (m_Session == m_Document.Session()) {
       std::swap(m_Document.m_strFilePath, m_DocumentPath);
       std::swap(m_Document.m_Xml.m_strFilePath, m_TreePath);
+      m_Document.m_pFile = m_DocumentFile;
+      m_Document.m_Xml.m_pFile = m_TreeFile;
     }
   }
 
@@ -102,6 +106,8 @@ private:
   unsigned int m_Session;
   CString m_DocumentPath;
   CString m_TreePath;
+  std::shared_ptr<const zam::FileIdentity> m_DocumentFile;
+  std::shared_ptr<const zam::FileIdentity> m_TreeFile;
 };
 
 int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName) {

@@ -146,6 +146,7 @@ int ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
     RestoreList();
   }
   const int saved = m_Xml.SaveAs(path, log);
+  const auto file = m_Xml.m_pFile;
   if (saved == 0) {
     m_Xml.SafeLogCopy(this);
   }
@@ -156,6 +157,7 @@ int ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
                              : u"The document cannot be shown again.",
                   log);
   }
+  NoteFile(file);
   return saved != 0 ? 1 : 0;
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -92,6 +94,102 @@ TEST_F(Sharing, FailedSaveThroughATemplateLeavesWhatAnotherHasSaved) {
     EXPECT_EQ(document.Save(), 0);
     EXPECT_EQ(test::ReadBytes(m_Path), *hook == 't' ? "<Another/>" : m_Bytes);
     EXPECT_EQ(Count("documents"), 1);
+  }
+}
+
+/// A host that does something of its own after the save, and fails.
+class Refusing : public test::Document {
+protected:
+  int OnFileSave(const _bstr_t& path, ZAMLog* log) override {
+    ZAMXMLFile::OnFileSave(path, log);
+    return 0;
+  }
+};
+
+TEST_F(Sharing, FileChangedByAnother) {
+  const std::string elsewhere = m_Folder.Path("elsewhere.xml");
+  const auto saveAfterwards = [this](test::Document& document) {
+    int flushes = 0;
+    const test::BeforeEachCall meanwhile([&](Call call) {
+      if (call == Call::Fsync && ++flushes == 2) {  // of the folder: the new name stands there
+        SaveByAnother();
+      }
+    });
+    document.Save();
+  };
+  const auto openBefore = [this](test::Document& document) {
+    bool done = false;
+    const test::BeforeEachCall meanwhile([&](Call call) {
+      if (call == Call::Close && !std::exchange(done, true)) {  // of the file: it is read
+        SaveByAnother();
+      }
+    });
+    document.Open(m_Path.c_str(), nullptr);
+  };
+  const struct {
+    const char* m_Name;
+    int m_Changed;
+    std::function<void(test::Document&)> m_Do;
+  } rows[] = {
+      {"nothing", 0, [](auto&) {}},
+      {"written in place", 1, [&](auto&) { test::WriteBytes(m_Path, m_Bytes + "\n"); }},
+      {"replaced by the same bytes", 1, [&](auto&) { SaveByAnother(); }},
+      {"touched", 1,
+       [&](auto&) {
+         fs::last_write_time(m_Path, fs::last_write_time(m_Path) + std::chrono::seconds(1));
+       }},
+      {"gone", 1, [&](auto&) { fs::remove(m_Path); }},
+      {"replaced as soon as it is read", 1, openBefore},
+      {"replaced as soon as it is saved", 1, saveAfterwards},
+      {"replaced, and saved over", 0, [&](auto& document) { SaveByAnother(), document.Save(); }},
+      {"an edit", 0,
+       [](auto& document) { document.BeginModify(u"1", u"u", u"U"), document.CommitModify(); }},
+      {"an edit, after it was replaced", 1,
+       [&](auto& document) { SaveByAnother(), document.BeginModify(u"1", u"u", u"U"); }},
+      {"a save that fails", 0,
+       [](auto& document) {
+         const test::FailingCall full(Call::Write, 1, ENOSPC);
+         EXPECT_EQ(document.Save(), 0);
+       }},
+      {"a failed save through a template", 0,
+       [](auto& document) {
+         document.m_Template = "<KESTRANE_ZAM/>";
+         document.m_Failing = "write-study";
+         EXPECT_EQ(document.Save(), 0);
+       }},
+      {"a save to another path", 0,
+       [&](auto& document) { document.SaveAs(elsewhere.c_str(), nullptr), fs::remove(m_Path); }},
+      {"a save to another path that the host takes back", 0,
+       [&](auto&) {
+         Refusing refusing;
+         ASSERT_EQ(refusing.Open(m_Path.c_str(), nullptr), 1);
+         EXPECT_EQ(refusing.SaveAs(elsewhere.c_str(), nullptr), 0);
+         EXPECT_EQ(refusing.IsFileChanged(), 0);
+       }},
+      {"a move of the history", 0, [](auto& document) { document.SetHistory(0); }},
+      {"no path", 0, [&](auto& document) { document.New(nullptr), fs::remove(m_Path); }},
+      {"a tree", 0,
+       [&](auto& document) {
+         ZAMXml tree;
+         test::Load(tree, m_Bytes);
+         document.OpenFromXML(tree, nullptr), fs::remove(m_Path);
+       }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.m_Name);
+    test::WriteBytes(m_Path, m_Bytes);
+    fs::create_symlink("document.xml", m_Folder.Path("documents/link"));
+    for (const char* name : {"documents/document.xml", "documents/link"}) {
+      test::WriteBytes(m_Path, m_Bytes);
+      test::Document document;
+      ASSERT_EQ(document.Open(m_Folder.Path(name).c_str(), nullptr), 1);
+      row.m_Do(document);
+      EXPECT_EQ(document.IsFileChanged(), row.m_Changed) << name;
+      EXPECT_EQ(document.m_Xml.m_strFilePath.IsEmpty() ? 0 : document.m_Xml.IsFileChanged(),
+                row.m_Changed)
+          << name;
+    }
+    fs::remove(m_Folder.Path("documents/link"));
   }
 }
 
