@@ -228,6 +228,30 @@ int ChangeMore(const _bstr_t& path) {
   return 0;
 }
 
+int ChangeShared(const _bstr_t& path) {
+  ZAMLog log;
+  Visit visit;
+  Require(visit.Open(path, nullptr) != 0, "the document opens");
+  const int count = visit.GetHistoryCount();
+  ChangeWeight(path);  // another program changes it meanwhile
+  //! [two writers]
+  ZAMFileLock lock(path);
+  if (lock.Lock(10, &log) == 0 || (visit.IsFileChanged() != 0 && visit.Open(path, &log) == 0)) {
+    Show(log);  // another program keeps the lock, or what it has saved cannot be read
+    return 1;
+  }
+  if (visit.BeginModify(u"2.25.4", u"lee", u"Lee, ward 3") == 0 ||
+      visit.AddChangeItem(u"", u"StudyInfo/Status", u"", ZAMXML_VTYPE_STRING, u"final") < 0 ||
+      visit.CommitModify() == 0 || visit.SetHistoryToLast() == 0 || visit.Save() == 0) {
+    Show(visit);
+    return 1;
+  }
+  lock.Unlock();
+  //! [two writers]
+  Require(visit.GetHistoryCount() == count + 2, "no modification is lost");
+  return 0;
+}
+
 void AddOwnedItem(const _bstr_t& path) {
   Visit visit;
   Require(visit.Open(path, nullptr) != 0, "the document opens");
@@ -398,6 +422,7 @@ void Run(const _bstr_t& source) {
   Require(CreateVisit(visit) == 0 && OpenVisit(visit) == 0, "a visit is created");
   ChangeWeight(visit);
   Require(ChangeMore(visit) == 0, "a visit is changed");
+  Require(ChangeShared(visit) == 0, "a visit is changed by two programs");
   AddOwnedItem(visit);
   WalkHistory(visit);
   WalkTree(visit);

@@ -8,7 +8,7 @@
 #include "zamxml/platform/text.h"
 #include "zamxml/platform/xml.h"
 
-/// Releases the buffer of a binary data block.
+/// Releases the buffer of a binary data block by std::free.
 struct ZAMXML_API ZAMXMLBufferRelease {
   void operator()(unsigned char* buffer) const noexcept;
 };
@@ -101,8 +101,11 @@ public:
   int m_BytePerData = 2;          ///< width of one datum in bytes
   int m_CountOfData = 0;          ///< number of data
   int m_BlockByteLength = 10000;  ///< largest number of bytes in one Data element; not stored
-  std::unique_ptr<unsigned char[], ZAMXMLBufferRelease> m_pBinary;  ///< the data, or null
-  std::uint32_t m_BinaryLength = 0;                                 ///< bytes of the buffer
+  /// The data, or null. The buffer comes from std::calloc and goes by std::free
+  /// (ZAMXMLBufferRelease): a host that puts one of its own here takes it from std::malloc,
+  /// std::calloc or std::realloc, not from new, and sets m_BinaryLength to its bytes.
+  std::unique_ptr<unsigned char[], ZAMXMLBufferRelease> m_pBinary;
+  std::uint32_t m_BinaryLength = 0;  ///< bytes of the buffer
 
 protected:
   /// The two conversions with the separator ",".

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "zamxml/changes.h"
 #include "zamxml/platform/export.h"
@@ -11,6 +10,11 @@
 #include "zamxml/platform/text.h"
 #include "zamxml/platform/xml.h"
 #include "zamxml/records.h"
+
+namespace zam {
+class KeptFile;
+class TemporaryFolder;
+}  // namespace zam
 
 /// One examination document in a file.
 ///
@@ -137,8 +141,9 @@ protected:
 
   /// Writes a template to the path that is being saved to and returns nonzero, or returns 0: none.
   /// Asked when the tree is built from the records; m_Xml is the former tree then, so that a host
-  /// can save its own sections to the path. Default 0. When the save fails later, the file that was
-  /// at the path comes back, unless the template was written into it in place.
+  /// can save its own sections to the path. Default 0. Once the template is read, the file that was
+  /// at the path comes back, unless the template was written into it in place; a process that is
+  /// killed before leaves that to the next one that opens or saves the document.
   virtual int OnCopyXMLTemplate(const _bstr_t& path);
 
   /// Write one section each, creating its element when it is missing; 0 ends the writing. The tree
@@ -187,7 +192,7 @@ private:
   enum class Saved { Not, Whole, Unshown };
 
   int RequireWholeRecords(ZAMLog* log);
-  int BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log);
+  int BuildTree(bool fromTemplate, const _bstr_t& path, zam::KeptFile& replaced, ZAMLog* log);
   bool IsBuilding() const noexcept;
   /// Whether a hook of a reading or writing that began in that session (0: none) has closed the
   /// document or put another in its place.
@@ -222,10 +227,10 @@ private:
   void WarnOfSeparator(const _bstr_t& node, bool held);
   void WarnOfForeignEdit();
 
-  std::string m_SnapshotCopy;  ///< path of the snapshot's second copy, in UTF-8
-  int m_nStale = 0;            ///< nonzero when tree or records may not be what m_nHistory says
-  int m_nWithheld = 0;         ///< nonzero when no hook wrote the list into the tree
-  int m_nForeignEdit = 0;      ///< nonzero when the open edit was begun on a former document
+  std::unique_ptr<zam::TemporaryFolder> m_SnapshotFolder;  ///< for the files of an open edit
+  int m_nStale = 0;        ///< nonzero when tree or records may not be what m_nHistory says
+  int m_nWithheld = 0;     ///< nonzero when no hook wrote the list into the tree
+  int m_nForeignEdit = 0;  ///< nonzero when the open edit was begun on a former document
   unsigned int m_BuildingSession = 0;  ///< the session in which hooks are writing the tree, or 0
   unsigned int m_ReadingSession = 0;   ///< the session in which hooks are reading a tree, or 0
 };

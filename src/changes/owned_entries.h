@@ -11,10 +11,10 @@ namespace zam {
 
 template <class Entry>
 void DeleteEntries(ZAMArray<Entry*>& entries) noexcept {
-  for (Entry* entry : entries) {
-    delete entry;
+  while (entries.GetCount() > 0) {
+    const std::unique_ptr<Entry> entry(entries[0]);
+    entries.RemoveAt(0);
   }
-  entries.RemoveAll();
 }
 
 /// Appends the entries that can be read.

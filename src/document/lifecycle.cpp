@@ -1,6 +1,7 @@
 #include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
+#include "platform/system.h"
 #include "zamxml/document.h"
 #include "zamxml/platform/util.h"
 
@@ -59,6 +60,7 @@ int ZAMXMLFile::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
   if (m_Xml.Open(path, log) == 0) {
     return 0;
   }
+  NoteFile(m_Xml.m_pFile);
   return ReadOpenedTree(u"ZAMXMLFile::OnFileOpen", __LINE__, log);
 }
 
@@ -67,6 +69,7 @@ int ZAMXMLFile::OpenFromXML(ZAMXml& source, ZAMLog* log) {
     return 0;
   }
   m_strFilePath.Empty();
+  m_pFile.reset();
   const int opened =
       OpenOrClose([&] { return ReadOpenedTree(u"ZAMXMLFile::OpenFromXML", __LINE__, log); });
   if (opened != 0 && m_CloneXml.IsOpened() != 0) {
@@ -84,8 +87,8 @@ int ZAMXMLFile::ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log) {
     return _ReadFromXML(m_Xml, 1, log);
   }
   const zam::MemoryWatch memory(m_Xml);
-  if (const int accepted = OnOpenCompatible(m_Xml, log); accepted != 0) {
-    return memory.RanShort() ? FailWithoutMemory(log) : accepted;
+  if (OnOpenCompatible(m_Xml, log) != 0) {
+    return memory.RanShort() ? FailWithoutMemory(log) : 1;
   }
   SetLog_ZAMError(0, zam::CodeNotFound, u"Unknown XML file", u"ZAMXMLFile", function, line, 0);
   SafeLogCopy(log);

@@ -28,6 +28,11 @@ private:
   std::string m_Path;
 };
 
+/// The path of a file in the folder; null without a folder.
+_bstr_t PathIn(const zam::TemporaryFolder* folder, const _bstr_t& name) {
+  return folder != nullptr ? ZAMGF::MakePath(_bstr_t::FromUtf8(folder->Path()), name) : _bstr_t();
+}
+
 /// Saves of a tree inside a scope do not wait for the disk.
 class TransientSaves {
 public:
@@ -68,13 +73,17 @@ public:
       : m_Document(document),
         m_Session(document.Session()),
         m_DocumentPath(document.m_strFilePath),
-        m_TreePath(document.m_Xml.m_strFilePath) {}
+        m_TreePath(document.m_Xml.m_strFilePath),
+        m_DocumentFile(document.m_pFile),
+        m_TreeFile(document.m_Xml.m_pFile) {}
   KeptPaths(const KeptPaths&) = delete;
   KeptPaths& operator=(const KeptPaths&) = delete;
   ~KeptPaths() {
     if (m_Session == m_Document.Session()) {
       std::swap(m_Document.m_strFilePath, m_DocumentPath);
       std::swap(m_Document.m_Xml.m_strFilePath, m_TreePath);
+      m_Document.m_pFile = m_DocumentFile;
+      m_Document.m_Xml.m_pFile = m_TreeFile;
     }
   }
 
@@ -83,6 +92,8 @@ private:
   unsigned int m_Session;
   CString m_DocumentPath;
   CString m_TreePath;
+  std::shared_ptr<const zam::FileIdentity> m_DocumentFile;
+  std::shared_ptr<const zam::FileIdentity> m_TreeFile;
 };
 
 int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName) {
@@ -114,8 +125,9 @@ int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bs
 }
 
 int ZAMXMLFile::TakeSnapshot() {
-  const _bstr_t path = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(),
-                                       ZAMGF::MakeDateTimeFileName(u"ZAMRE_", u"_temp", u"xml"));
+  auto folder = zam::TemporaryFolder::Make();
+  const _bstr_t path =
+      PathIn(folder.get(), ZAMGF::MakeDateTimeFileName(u"ZAMRE_", u"_temp", u"xml"));
   {
     const TemporaryFile snapshot(path);
     if (SaveSnapshot(path) == 0) {
@@ -123,6 +135,7 @@ int ZAMXMLFile::TakeSnapshot() {
       return 0;
     }
     CancelModify();  // a hook may have begun an edit
+    m_SnapshotFolder = std::move(folder);
     if (m_CloneXml.Open(path, nullptr) == 0) {
       return 0;
     }
@@ -146,16 +159,13 @@ void ZAMXMLFile::PrepareSnapshot() {
     _SetHistory(m_CloneXml, GetHistoryCount() - 1);
     memory.RequireEnough();
   }
-  const _bstr_t copy = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(), u"Clone.xml");
-  m_SnapshotCopy = copy.utf8();
-  m_CloneXml.SaveAs(copy, nullptr);
+  m_CloneXml.SaveAs(PathIn(m_SnapshotFolder.get(), u"Clone.xml"), nullptr);
 }
 
 void ZAMXMLFile::CloseSnapshot() {
   m_nForeignEdit = 0;
   m_CloneXml.Close();
-  zam::RemoveFile(m_SnapshotCopy);
-  m_SnapshotCopy.clear();
+  m_SnapshotFolder.reset();
 }
 
 void ZAMXMLFile::CancelModify() {

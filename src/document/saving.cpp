@@ -86,6 +86,7 @@ int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   const unsigned int session = Session();
   zam::KeptFile replaced(path.utf8());
   const bool copied = OnCopyXMLTemplate(path) != 0;
+  replaced.HostIsDone();
   if (session != Session()) {
     return RefuseReplaced(log);
   }
@@ -94,12 +95,11 @@ int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   }
   const bool hasRoot = static_cast<bool>(m_Xml.GetNode(zam::RootPath));
   Rebuild rebuild(*this, hasRoot);
-  if (BuildTree(copied, path, log) != 0) {
+  if (BuildTree(copied, path, replaced, log) != 0) {
     const _bstr_t dropped = SectionsMissing(rebuild.Former());
     const Saved saved = SaveOriginal(path, log);
     if (saved != Saved::Not) {
       rebuild.Saved();
-      replaced.Forget();
       WarnOfDropped(dropped);
       return saved == Saved::Whole ? 1 : 0;
     }
@@ -121,12 +121,14 @@ int ZAMXMLFile::RequireWholeRecords(ZAMLog* log) {
   return 1;
 }
 
-int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log) {
+int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, zam::KeptFile& replaced,
+                          ZAMLog* log) {
   const zam::MemoryWatch memory(m_Xml);
   const unsigned int session = Session();
   const int started = fromTemplate
                           ? m_Xml.Open(path, log)
                           : m_Xml.New(nullptr) != 0 && m_Xml.CreateRoot(zam::RootPath) != 0;
+  replaced.PutBack();
   if (started == 0) {
     m_Xml.SafeLogCopy(this);
     return 0;
@@ -171,6 +173,7 @@ ZAMXMLFile::Saved ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
     RestoreList();
   }
   const int saved = m_Xml.SaveAs(path, log);
+  const auto file = m_Xml.m_pFile;
   if (saved == 0) {
     m_Xml.SafeLogCopy(this);
   }
@@ -182,6 +185,7 @@ ZAMXMLFile::Saved ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
                       : u"The document cannot be shown again.",
            log);
   }
+  NoteFile(file);
   return saved == 0 ? Saved::Not : again ? Saved::Whole : Saved::Unshown;
 }
 

@@ -7,7 +7,7 @@ int ZAMXMLFile::CopyXMLTemplate(HINSTANCE module, unsigned int identifier, const
   const auto resource =
       module != nullptr ? module->FindXmlResource(identifier) : std::optional<std::string_view>();
   std::string reason;
-  const bool written = zam::WriteFile(path.utf8(), resource.value_or(std::string_view()),
+  const auto written = zam::WriteFile(path.utf8(), resource.value_or(std::string_view()),
                                       zam::Durability::Transient, reason);
   return written && resource ? 1 : 0;
 }

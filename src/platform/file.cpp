@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/codes.h"
+#include "platform/system.h"
 #include "zamxml/platform/util.h"
 
 ZAMFile::ZAMFile() = default;
@@ -12,12 +13,14 @@ void ZAMFile::Close() {
   ++m_Session;
   m_nOpened = 0;
   m_strFilePath.Empty();
+  m_pFile.reset();
   OnFileClose();
 }
 
 int ZAMFile::OpenOrClose(const std::function<int()>& step) {
   const unsigned int session = ++m_Session;
   int result = 0;
+  m_pNoted.reset();
   try {
     result = step();
   } catch (...) {
@@ -30,14 +33,34 @@ int ZAMFile::OpenOrClose(const std::function<int()>& step) {
     return 0;  // a hook has closed it or opened something else
   }
   m_nOpened = result != 0 ? 1 : 0;
-  if (m_nOpened == 0) {
+  if (result == 0) {
     Close();
   }
-  return m_nOpened;
+  return result;
+}
+
+void ZAMFile::NoteFile(std::shared_ptr<const zam::FileIdentity> file) noexcept {
+  m_pNoted = std::move(file);
+}
+
+void ZAMFile::MakeCurrent(CString path) noexcept {
+  m_strFilePath = std::move(path);
+  m_pFile = std::exchange(m_pNoted, nullptr);
+  if (m_pFile != nullptr) {
+    return;
+  }
+  try {
+    if (const auto file = zam::IdentifyFile(_bstr_t(m_strFilePath).utf8())) {
+      m_pFile = std::make_shared<zam::FileIdentity>(*file);
+    }
+  } catch (const std::exception&) {
+    m_pFile.reset();  // not known to be the same, then
+  }
 }
 
 int ZAMFile::New(ZAMLog* log) {
   m_strFilePath.Empty();
+  m_pFile.reset();
   return OpenOrClose([&] { return OnFileNew(log); });
 }
 
@@ -48,11 +71,11 @@ int ZAMFile::Open(const _bstr_t& path, ZAMLog* log) {
     Close();
   }
   CString current(source);
-  if (OpenOrClose([&] { return OnFileOpen(source, log); }) == 0) {
-    return 0;
+  const int opened = OpenOrClose([&] { return OnFileOpen(source, log); });
+  if (opened != 0) {
+    MakeCurrent(std::move(current));
   }
-  m_strFilePath = std::move(current);
-  return 1;
+  return opened;
 }
 
 int ZAMFile::Save() {
@@ -64,7 +87,14 @@ int ZAMFile::Save() {
     }
     return 0;
   }
-  return OnFileSave(m_strFilePath, nullptr);
+  CString current(m_strFilePath);
+  const unsigned int session = m_Session;
+  m_pNoted.reset();
+  const int saved = OnFileSave(m_strFilePath, nullptr);
+  if (saved != 0 && session == m_Session) {
+    MakeCurrent(std::move(current));
+  }
+  return saved;
 }
 
 int ZAMFile::SaveAs(const _bstr_t& path, ZAMLog* log) {
@@ -72,12 +102,19 @@ int ZAMFile::SaveAs(const _bstr_t& path, ZAMLog* log) {
   const _bstr_t target = path;
   CString current(target);
   const unsigned int session = m_Session;
-  if (OnFileSave(target, log) == 0) {
-    return 0;
-  }
-  if (session == m_Session) {
-    m_strFilePath = std::move(current);
+  m_pNoted.reset();
+  const int saved = OnFileSave(target, log);
+  if (saved != 0 && session == m_Session) {
+    MakeCurrent(std::move(current));
     m_nOpened = 1;
   }
-  return 1;
+  return saved;
+}
+
+int ZAMFile::IsFileChanged() const {
+  if (m_strFilePath.IsEmpty()) {
+    return 0;
+  }
+  const auto file = zam::IdentifyFile(_bstr_t(m_strFilePath).utf8());
+  return m_pFile != nullptr && file == *m_pFile ? 0 : 1;
 }

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "platform/system.h"
 
 /// What the files that call the operating system share.
 namespace zam {
@@ -44,6 +47,8 @@ std::string Joined(const std::string& folder, const std::string& name);
 
 /// The path behind any links, existing or not.
 std::optional<std::string> FollowLinks(std::string path, std::string& reason);
+
+FileIdentity IdentityOf(const struct stat& status);
 
 /// Whether the path, without following a link, names the file that is opened.
 bool LeadsTo(const std::string& path, int descriptor);

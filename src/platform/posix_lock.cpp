@@ -60,22 +60,29 @@ LockFile::Attempt LockFile::Take(const std::string& path, For whom, std::string&
   Descriptor file(::open(path.c_str(), OpenFlags));
   // One that cannot be opened belongs to another user, who may be about to open it to others.
   bool passes = errno == EACCES;
+  bool made = false;
   if (!file.IsOpen() && errno == ENOENT && whom != For::Leftover) {
     file = Descriptor(Make(path.c_str(), whom == For::Everyone ? 0666 : 0600));
     passes = errno == EEXIST;
+    made = file.IsOpen();
   }
   struct stat status {};
   if (!file.IsOpen() || ::fstat(file.Number(), &status) != 0) {
     reason = LastReason();
     return passes ? Attempt::Busy : Attempt::Failed;
   }
-  if (!S_ISREG(status.st_mode)) {
-    reason = path + " is not a regular file";
+  // Nobody else's file is taken over for this user's own purposes, nor one with another name.
+  if (!S_ISREG(status.st_mode) || status.st_nlink > 1 ||
+      (whom != For::Everyone && !made && status.st_uid != ::geteuid())) {
+    reason = path + " is another file";
     return Attempt::Failed;
   }
   const bool locked = ::flock(file.Number(), LOCK_EX | LOCK_NB) == 0;
   if (!locked && errno != EWOULDBLOCK && errno != EINTR) {
     reason = LastReason();
+    if (made) {
+      ::unlink(path.c_str());
+    }
     return Attempt::Failed;
   }
   // A holder removes the name before it gives the lock up.
@@ -87,6 +94,20 @@ LockFile::Attempt LockFile::Take(const std::string& path, For whom, std::string&
   m_Process = ProcessNumber();
   m_Descriptor = file.Release();
   return Attempt::Held;
+}
+
+std::optional<FileIdentity> LockFile::Note() const noexcept {
+  FileIdentity file;
+  return ::pread(m_Descriptor, &file, sizeof file, 0) == ssize_t{sizeof file} ? std::optional(file)
+                                                                              : std::nullopt;
+}
+
+void LockFile::SetNote(const std::optional<FileIdentity>& file) const noexcept {
+  // A note that cannot be put down, or not whole, is none.
+  if (::ftruncate(m_Descriptor, 0) == 0 && file &&
+      ::pwrite(m_Descriptor, &*file, sizeof *file, 0) != ssize_t{sizeof *file}) {
+    [[maybe_unused]] const int emptied = ::ftruncate(m_Descriptor, 0);
+  }
 }
 
 void LockFile::Release() noexcept {

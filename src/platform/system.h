@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <memory>
 #include <optional>
@@ -11,10 +12,26 @@
 /// system; every call here may be made by several threads at once.
 namespace zam {
 
+/// What tells a file from every other that is put in its place, and from itself once it is written
+/// to.
+struct FileIdentity {
+  std::uint64_t m_Device = 0;
+  std::uint64_t m_Inode = 0;
+  std::int64_t m_Size = 0;
+  std::int64_t m_Seconds = 0;  ///< of the last modification
+  std::int64_t m_Nanoseconds = 0;
+
+  bool operator==(const FileIdentity&) const = default;
+};
+
+/// The regular file that the path leads to; nothing when none can be seen there.
+std::optional<FileIdentity> IdentifyFile(const std::string& path) noexcept;
+
 /// The bytes of a file, with room for one more behind them, which is zero.
 struct FileBytes {
   std::unique_ptr<char[]> m_Bytes;
   std::size_t m_Size = 0;
+  FileIdentity m_Identity;  ///< of the file, before it was read
 
   std::string_view View() const noexcept { return {m_Bytes.get(), m_Size}; }
 };
@@ -27,51 +44,89 @@ enum class Durability {
   Durable,    ///< the bytes and the name are on the disk when the call returns
 };
 
-/// Replaces the file at the path by one with those bytes, or creates it. At any moment the path
-/// names the old file or the whole new one. An existing file keeps its mode and, where the system
-/// lets it, its owner; a symbolic link is followed to its target. On failure: false, the system's
-/// reason, and the old file as it was.
-bool WriteFile(const std::string& path, std::string_view bytes, Durability durability,
-               std::string& reason);
+/// Replaces the file at the path by one with those bytes, or creates it, and tells which file that
+/// is. At any moment the path names the old file or the whole new one. An existing file keeps its
+/// mode, access control list and other attributes and, where the system lets it, its owner; what
+/// cannot be kept narrows access. A symbolic link is followed to its target. On failure: nothing,
+/// the system's reason, and the old file as it was, or the one that another process has put there
+/// meanwhile. Removes what killed saves to that path have left beside it.
+std::optional<FileIdentity> WriteFile(const std::string& path, std::string_view bytes,
+                                      Durability durability, std::string& reason);
+
+/// Clears up what killed saves to the target have left beside it.
+void ClearUpBeside(const std::string& target);
 
 bool RemoveFile(const std::string& path) noexcept;
 
 /// A folder inside the system's temporary directory that only this user can enter, or nothing.
 std::optional<std::string> PrivateTempFolder();
 
+/// A folder of its own inside that one, gone with its files at the end. What killed processes have
+/// left of theirs goes when one is made.
+class TemporaryFolder {
+public:
+  /// Null when none can be had.
+  static std::unique_ptr<TemporaryFolder> Make();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+
+  const std::string& Path() const noexcept;
+
+private:
+  class Opened;
+  explicit TemporaryFolder(std::unique_ptr<Opened> opened) noexcept;
+
+  std::unique_ptr<Opened> m_Opened;
+};
+
 unsigned long ProcessNumber() noexcept;
 
 /// The local date and time now.
 std::tm LocalTime();
 
-/// Keeps the file that stands at a path, under a second name beside it, while others replace the
-/// path; nothing is kept where no file stands or the file system has no hard links.
+class WorkingNames;
+
+/// Keeps the file that stands at a path, under a second name beside it, while a host puts another
+/// one there for a moment. When the process is killed meanwhile, the next one that reads or writes
+/// the file puts it back. Nothing is kept where no file stands or the file system has no hard
+/// links.
 class KeptFile {
 public:
   explicit KeptFile(const std::string& path);
   KeptFile(const KeptFile&) = delete;
   KeptFile& operator=(const KeptFile&) = delete;
-  /// Drops the second name; without Forget, the kept file is put back at the path first.
+  /// Puts it back.
   ~KeptFile();
 
-  /// The kept file is no longer wanted.
-  void Forget() noexcept { m_Wanted = false; }
+  /// The host is about to put that file at the target, through WriteFile in this thread.
+  void HostPuts(const std::string& target, const FileIdentity& file) noexcept;
+  /// The host is done: if the path leads to another file now, that is the host's.
+  void HostIsDone() noexcept;
+  /// Puts the kept file back, unless the host has left the path alone, or the path no longer leads
+  /// to what the host has put there: that is another process's then.
+  void PutBack() noexcept;
 
 private:
-  std::string m_Path;
-  std::string m_Kept;
-  bool m_Wanted = true;
+  std::string m_Target;
+  std::optional<FileIdentity> m_Before;
+  std::optional<FileIdentity> m_After;
+  std::unique_ptr<WorkingNames> m_Names;  ///< null: there is nothing to put back
+  KeptFile* m_Outer = nullptr;
+  std::optional<FileIdentity> m_Noted;
+  bool m_IsNoted = false;
+  bool m_IsDone = false;
 };
 
-/// A file without content that one holder at a time has locked. It stands while it is held; one
-/// that a killed process left is nobody's.
+/// A file that one holder at a time has locked. It stands while it is held; one that a killed
+/// process has left is nobody's.
 class LockFile {
 public:
   enum class Attempt { Held, Busy, Failed };
   enum class For {
-    Owner,     ///< only this user can lock it
+    Owner,     ///< only this user can lock it, and it is taken over only from this user
     Everyone,  ///< so can all who can enter the folder
-    Leftover,  ///< it is not made, only taken over
+    Leftover,  ///< the same, but it is not made, only taken over
   };
 
   LockFile() = default;
@@ -83,6 +138,9 @@ public:
   /// Locks the file, without waiting. Any result but Held comes with the reason; after Busy it may
   /// be worth another attempt.
   Attempt Take(const std::string& path, For whom, std::string& reason);
+  /// What the holder has put down in the file, or a killed one before.
+  std::optional<FileIdentity> Note() const noexcept;
+  void SetNote(const std::optional<FileIdentity>& file) const noexcept;
   /// Removes the file and gives the lock up.
   void Release() noexcept;
 

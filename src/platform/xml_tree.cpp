@@ -42,11 +42,11 @@ int ZAMXml::Replace(std::unique_ptr<ZAMXmlDocument> document) {
 
 int ZAMXml::Open(const _bstr_t& path, ZAMLog* log) {
   CString current(path);
-  if (OnFileOpen(path, log) == 0) {
-    return 0;
+  const int opened = OnFileOpen(path, log);
+  if (opened != 0) {
+    MakeCurrent(std::move(current));
   }
-  m_strFilePath = std::move(current);
-  return 1;
+  return opened;
 }
 
 void ZAMXml::OnFileClose() { m_Document.reset(); }
@@ -68,10 +68,12 @@ int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
     if (!bytes) {
       return Fail(zam::CodeNotRead, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
+    auto file = std::make_shared<zam::FileIdentity>(bytes->m_Identity);
     auto document = zam::ReadDocument(std::move(*bytes), reason);
     if (!document) {
       return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
+    NoteFile(std::move(file));
     return Replace(std::move(document));
   } catch (const std::exception&) {
     return FailWithoutMemory(log);
@@ -85,9 +87,12 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
       return Fail(zam::CodeNotWritten, path + u": there is no document to save", log);
     }
     const std::string bytes = zam::WriteDocument(m_Document->m_Tree);
-    if (zam::WriteFile(path.utf8(), bytes,
-                       m_nDurable != 0 ? zam::Durability::Durable : zam::Durability::Transient,
-                       reason)) {
+    auto file = std::make_shared<zam::FileIdentity>();
+    if (const auto written = zam::WriteFile(
+            path.utf8(), bytes,
+            m_nDurable != 0 ? zam::Durability::Durable : zam::Durability::Transient, reason)) {
+      *file = *written;
+      NoteFile(std::move(file));
       return 1;
     }
     return Fail(zam::CodeNotWritten, path + u": " + _bstr_t::FromUtf8(reason), log);
@@ -111,6 +116,7 @@ int ZAMXml::CreateRoot(ZAMTextView name) {
 void ZAMXml::Swap(ZAMXml& other) noexcept {
   std::swap(m_Document, other.m_Document);
   std::swap(m_strFilePath, other.m_strFilePath);
+  std::swap(m_pFile, other.m_pFile);
   const int opened = IsOpened();
   SetOpened(other.IsOpened());
   other.SetOpened(opened);
@@ -135,6 +141,7 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
     copy->m_Lines = source.m_Document->m_Lines;
     copy->m_IndentUnit = source.m_Document->m_IndentUnit;
     m_strFilePath.Empty();
+    m_pFile.reset();
     return Replace(std::move(copy));
   } catch (const std::exception&) {
     return FailWithoutMemory(log);

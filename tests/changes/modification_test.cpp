@@ -90,6 +90,32 @@ TEST(ModificationGroup, WhatIsReadIsWrittenBackInOrder) {
   EXPECT_EQ(Written(list, content), "");
 }
 
+/// A host's own kind of modification, which looks at the list when it is deleted.
+class Watching : public ZAMXMLModification {
+public:
+  explicit Watching(ZAMXMLModificationGroup& list) : m_List(list) {}
+  ~Watching() override {
+    for (int i = 0; i < m_List.GetCount(); ++i) {
+      EXPECT_NE(m_List.GetModification(i), this);
+    }
+    m_Left += std::to_string(m_List.GetCount()) + ' ';
+  }
+
+  static inline std::string m_Left;
+
+private:
+  ZAMXMLModificationGroup& m_List;
+};
+
+TEST(ModificationGroup, ClearDeletesEntryByEntry) {
+  ZAMXMLModificationGroup list;
+  for (int i = 0; i < 4; ++i) {
+    list.m_ModificationList.Add(new Watching(list));
+  }
+  list.Clear();
+  EXPECT_EQ(Watching::m_Left, "3 2 1 0 ");
+}
+
 TEST(ModificationGroup, AModificationWithoutChangesIsLeftOutAndNamed) {
   ZAMXMLModificationGroup list;
   ZAMLog log;

@@ -51,6 +51,19 @@ TEST(File, AFailedOpenLeavesItClosed) {
   }
 }
 
+TEST(File, OperationsHandOnTheHooksResult) {
+  for (const int result : {7, -3}) {
+    Recorder file;
+    file.m_nResult = result;
+    EXPECT_EQ(file.New(nullptr), result);
+    EXPECT_EQ(file.Open(u"a", nullptr), result);
+    EXPECT_EQ(file.Save(), result);
+    EXPECT_EQ(file.SaveAs(u"b", nullptr), result);
+    EXPECT_EQ(file.IsOpened(), 1);
+    EXPECT_EQ(file.m_strFilePath, u"b");
+  }
+}
+
 TEST(File, OnlyASuccessfulSaveAsMakesThePathCurrent) {
   Recorder file;
   EXPECT_EQ(file.New(nullptr), 1);

@@ -71,10 +71,17 @@ TEST_F(TemporaryFilesTest, AFolderThatOthersCanEnterOrOwnIsNotUsed) {
     EXPECT_NE(folder, usual);
     ExpectPrivate(folder);
   }
-  for (fs::path folder = usual; !folder.empty(); folder = ZAMGF::GetSystemTempDir().utf8()) {
-    fs::remove_all(folder);
-    test::WriteBytes(folder, "taken");
+  // The name was still taken: the folder that was made instead is found again, by all processes.
+  const fs::path folder = ZAMGF::GetSystemTempDir().utf8();
+  EXPECT_EQ(ZAMGF::GetSystemTempDir().utf8(), folder);
+  fs::remove_all(folder);
+  for (const char* name : {"-", "-1", "-aaaaaa"}) {
+    test::WriteBytes(usual.string() + name, "taken as well");
   }
+  const fs::path other = ZAMGF::GetSystemTempDir().utf8();
+  EXPECT_NE(other, folder);
+  ExpectPrivate(other);
+  setenv("TMPDIR", m_Folder.Path("missing").c_str(), 1);
   EXPECT_TRUE(!ZAMGF::GetSystemTempDir());
 }
 

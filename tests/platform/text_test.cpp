@@ -120,6 +120,25 @@ TEST(Array, RefusesIndexesOutsideIt) {
   for (const int index : {-1, 1, 1 << 30}) {
     EXPECT_THROW(array[index], CInvalidArgException);
     EXPECT_THROW(std::as_const(array).GetAt(index), CInvalidArgException);
+    EXPECT_THROW(array.RemoveAt(index), CInvalidArgException);
+  }
+}
+
+TEST(Array, RemovesAnywhere) {
+  ZAMArray<std::string> array;
+  std::vector<std::string> model;
+  for (unsigned int step = 0; step < 3000; ++step) {
+    const unsigned int choice = step * 2654435761U >> 16;
+    if (model.empty() || choice % 5 < (step < 1500 ? 3U : 2U)) {
+      model.push_back(std::to_string(step));
+      EXPECT_EQ(array.Add(model.back()), static_cast<int>(model.size()) - 1);
+    } else {
+      const std::size_t index = choice % 3 == 0 ? choice % model.size() : 0;
+      model.erase(model.begin() + static_cast<std::ptrdiff_t>(index));
+      array.RemoveAt(static_cast<int>(index));
+    }
+    ASSERT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end()));
+    ASSERT_TRUE(model.empty() || array[array.GetCount() - 1] == model.back());
   }
 }
 

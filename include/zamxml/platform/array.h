@@ -15,8 +15,19 @@
 template <class Entry>
 class ZAMArray {
 public:
+  ZAMArray() = default;
+  ZAMArray(const ZAMArray&) = default;
+  ZAMArray(ZAMArray&& other) noexcept
+      : m_Entries(std::move(other.m_Entries)), m_First(std::exchange(other.m_First, 0)) {}
+  ZAMArray& operator=(ZAMArray other) noexcept {
+    m_Entries.swap(other.m_Entries);
+    std::swap(m_First, other.m_First);
+    return *this;
+  }
+  ~ZAMArray() = default;
+
   /// The number of entries.
-  int GetCount() const noexcept { return static_cast<int>(m_Entries.size()); }
+  int GetCount() const noexcept { return static_cast<int>(m_Entries.size() - m_First); }
 
   /// The entry at an index from 0 to GetCount() - 1; any other index raises CInvalidArgException.
   Entry& GetAt(int index) { return m_Entries[Checked(index)]; }
@@ -40,17 +51,35 @@ public:
   }
 
   /// Removes the entry at an index from 0 to GetCount() - 1, without deleting what it points to;
-  /// any other index raises CInvalidArgException.
+  /// the later ones move down by one. Any other index raises CInvalidArgException. Removing the
+  /// first entry takes constant time.
   void RemoveAt(int index) {
-    m_Entries.erase(m_Entries.begin() + static_cast<std::ptrdiff_t>(Checked(index)));
+    std::size_t place = Checked(index);
+    if (index != 0) {
+      for (; place + 1 < m_Entries.size(); ++place) {
+        m_Entries[place] = std::move(m_Entries[place + 1]);
+      }
+      m_Entries.pop_back();
+      return;
+    }
+    m_Entries[place] = Entry();
+    ++m_First;
+    // Half of the places are empty then: closing up costs less than the removals have saved.
+    if (m_First * 2 >= m_Entries.size()) {
+      m_Entries.erase(m_Entries.begin(), begin());
+      m_First = 0;
+    }
   }
 
   /// Removes all entries, without deleting what they point to.
-  void RemoveAll() noexcept { m_Entries.clear(); }
+  void RemoveAll() noexcept {
+    m_Entries.clear();
+    m_First = 0;
+  }
 
-  auto begin() noexcept { return m_Entries.begin(); }
+  auto begin() noexcept { return m_Entries.begin() + static_cast<std::ptrdiff_t>(m_First); }
   auto end() noexcept { return m_Entries.end(); }
-  auto begin() const noexcept { return m_Entries.begin(); }
+  auto begin() const noexcept { return m_Entries.begin() + static_cast<std::ptrdiff_t>(m_First); }
   auto end() const noexcept { return m_Entries.end(); }
 
 private:
@@ -58,8 +87,9 @@ private:
     if (index < 0 || index >= GetCount()) {
       throw CInvalidArgException();
     }
-    return static_cast<std::size_t>(index);
+    return m_First + static_cast<std::size_t>(index);
   }
 
   std::vector<Entry> m_Entries;
+  std::size_t m_First = 0;  ///< the places before it are empty
 };

@@ -1,16 +1,22 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include "zamxml/platform/export.h"
 #include "zamxml/platform/log.h"
 #include "zamxml/platform/text.h"
 
+namespace zam {
+struct FileIdentity;
+}
+
 /// The life of something that is kept in a file: the public operations end in the hooks
 /// OnFileNew, OnFileOpen, OnFileSave and OnFileClose, which a derived class fills.
 ///
-/// Int results are 1 for success and 0 for failure. Paths are those of the platform's file system,
-/// as Unicode text. A log argument may be null. Used by one thread at a time.
+/// Int results are nonzero for success and 0 for failure: those of the hook. Paths are those of the
+/// platform's file system, as Unicode text. A log argument may be null. Used by one thread at a
+/// time.
 class ZAMXML_API ZAMFile {
 public:
   ZAMFile();
@@ -42,8 +48,17 @@ public:
   /// Nonzero from a successful Open or New (or a first SaveAs) until Close.
   int IsOpened() const noexcept { return m_nOpened; }
 
+  /// 1 when the current path no longer leads to the file that was opened or last saved here:
+  /// another file has been put there, it was written to (another size or modification time), or it
+  /// is gone. 0 when it still does, and without a current path. Saving does not ask: it replaces
+  /// what stands there.
+  int IsFileChanged() const;
+
   /// The current path; empty when there is none.
   CString m_strFilePath;
+  /// The file to which that path led when it was opened or saved. Who puts a path back puts this
+  /// back with it.
+  std::shared_ptr<const zam::FileIdentity> m_pFile;
 
 protected:
   virtual void OnFileClose() = 0;
@@ -51,9 +66,14 @@ protected:
   virtual int OnFileOpen(const _bstr_t& path, ZAMLog* log) = 0;
   virtual int OnFileSave(const _bstr_t& path, ZAMLog* log) = 0;
 
-  /// Takes a step that opens, and sets what IsOpened gives. Any result but success, an exception
-  /// included, closes.
+  /// Takes a step that opens, sets what IsOpened gives, and hands on the result. A result of 0, or
+  /// an exception, closes.
   int OpenOrClose(const std::function<int()>& step);
+  /// For the hooks: the file that was read or written. It counts when the operation succeeds; when
+  /// no hook says so, it is the one that the path leads to afterwards.
+  void NoteFile(std::shared_ptr<const zam::FileIdentity> file) noexcept;
+  /// Makes the path current, with the file that was noted.
+  void MakeCurrent(CString path) noexcept;
   /// For derived classes that become opened in a way of their own.
   void SetOpened(int opened) noexcept { m_nOpened = opened; }
   /// Changes with every New, Open and Close (and what opens in a way of its own). An operation that
@@ -64,4 +84,5 @@ protected:
 private:
   int m_nOpened = 0;
   unsigned int m_Session = 1;  ///< never 0
+  std::shared_ptr<const zam::FileIdentity> m_pNoted;
 };
