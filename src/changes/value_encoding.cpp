@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "changes/value_encoding.h"
+#include "platform/xml_fields.h"
 #include "records/name_fields.h"
 #include "zamxml/changes.h"
 
@@ -34,13 +35,13 @@ private:
 
 class FoldingFields : public FoldingText {
 public:
-  void Text(ZAMTextView, const _bstr_t& value) { Append(value); }
+  void Text(const zam::FieldName&, const _bstr_t& value) { Append(value); }
 };
 
 /// Looks for the separator in texts.
 class SearchingFields {
 public:
-  void Text(ZAMTextView, const _bstr_t& value) {
+  void Text(const zam::FieldName&, const _bstr_t& value) {
     m_Found = m_Found || value.view().find(Separator) != std::u16string_view::npos;
   }
   bool Found() const { return m_Found; }
@@ -52,7 +53,7 @@ private:
 class UnfoldingFields {
 public:
   explicit UnfoldingFields(std::u16string_view folded) : m_Rest(folded) {}
-  void Text(ZAMTextView, _bstr_t& value) { value = CutPiece(m_Rest); }
+  void Text(const zam::FieldName&, _bstr_t& value) { value = CutPiece(m_Rest); }
 
 private:
   std::u16string_view m_Rest;
@@ -104,7 +105,7 @@ bool zam::HoldsSeparator(const ZAMXMLStatement& list) {
   SearchingFields fields;
   _bstr_t entry;
   for (int index = 0; list.GetStatement(index, entry) != 0; ++index) {
-    fields.Text(nullptr, entry);
+    fields.Text(u"Statement", entry);
   }
   return fields.Found();
 }

@@ -12,6 +12,7 @@ inline constexpr int CodeNotWritten = -2002;
 inline constexpr int CodeNoTemporaryFile = -2003;
 inline constexpr int CodeNotWellFormed = -2004;
 inline constexpr int CodeNotAdded = -2005;
+inline constexpr int CodeNotLocked = -2006;
 inline constexpr int CodeTreeNotReread = -2009;
 
 /// Records CodeNoMemory; without its sentence, if there is no memory for that.

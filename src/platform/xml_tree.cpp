@@ -14,17 +14,6 @@
 
 namespace {
 
-using Steps = std::vector<std::string>;
-
-/// Takes the root's name off an absolute path; false when the path does not begin with it.
-bool DropRoot(Steps& steps, pugi::xml_node root) {
-  if (!root || steps.front() != root.name()) {
-    return false;
-  }
-  steps.erase(steps.begin());
-  return true;
-}
-
 _bstr_t Quoted(ZAMTextView path) { return _bstr_t(u"\"") + _bstr_t(path) + u"\""; }
 
 }  // namespace
@@ -153,40 +142,34 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
 }
 
 IXMLDOMNodePtr ZAMXml::GetNode(ZAMTextView path, int index) {
-  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
-    if (m_Document) {
-      Steps steps = zam::PathSteps(path.view());
-      const pugi::xml_node root = m_Document->Root();
-      if (DropRoot(steps, root)) {
-        const pugi::xml_node found = !steps.empty() ? m_Document->m_Finder.Find(root, steps, index)
-                                     : index == 0   ? root
-                                                    : pugi::xml_node();
-        if (found) {
-          return m_Document->Handle(found, steps.size() <= 1 ? index : -1);
-        }
-      }
+  Access access{*this};
+  return access.Allocating([&]() -> IXMLDOMNodePtr {
+    const zam::Path steps(path.view());
+    // The document node is the parent of the only root.
+    const pugi::xml_node found =
+        m_Document ? m_Document->Find(m_Document->m_Tree, steps, index) : pugi::xml_node();
+    if (!found) {
+      Fail(zam::CodeNotFound, u"There is no element " + Quoted(path) + u".", nullptr);
     }
-    Fail(zam::CodeNotFound, u"There is no element " + Quoted(path) + u".", nullptr);
-    return {};
+    return found ? m_Document->Handle(found, steps.StepCount() <= 2 ? index : -1)
+                 : IXMLDOMNodePtr();
   });
 }
 
 IXMLDOMNodePtr ZAMXml::AddNode(ZAMTextView path, ZAMTextView text, int /*index*/) {
-  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
+  Access access{*this};
+  return access.Allocating([&]() -> IXMLDOMNodePtr {
     if (m_Document) {
-      Steps steps = zam::PathSteps(path.view());
-      const std::string name = steps.back();
-      steps.pop_back();
-      pugi::xml_node parent = m_Document->Root();
-      if (!steps.empty() && DropRoot(steps, parent)) {
-        if (!steps.empty()) {
-          parent = m_Document->m_Finder.Find(parent, steps, 0);
-        }
-        Access access{*this};
-        if (const pugi::xml_node added = parent ? access.Add(parent, {name}) : parent) {
-          access.SetText(added, text);
-          return m_Document->Handle(added);
-        }
+      const auto separator = path.view().rfind(u'/');
+      const zam::Path steps(path.view());
+      const pugi::xml_node parent =
+          steps.IsOneStep() ? pugi::xml_node()
+                            : m_Document->Find(m_Document->m_Tree,
+                                               zam::Path(path.view().substr(0, separator)), 0);
+      if (const pugi::xml_node added =
+              parent ? m_Document->AddElement(parent, steps.Last()) : parent) {
+        access.SetText(added, text);
+        return m_Document->Handle(added);
       }
     }
     Fail(zam::CodeNotAdded, u"There is no place for " + Quoted(path) + u".", nullptr);
@@ -208,7 +191,7 @@ IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name
     Access access{*this};
     const pugi::xml_node parent = access.Element(node);
     const pugi::xml_node added =
-        parent ? access.Add(parent, zam::PathSteps(name.view())) : pugi::xml_node();
+        parent ? m_Document->Add(parent, zam::Path(name.view())) : pugi::xml_node();
     if (!added) {
       access.RefuseChild(node, name);
       return {};
@@ -221,7 +204,7 @@ IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name
 int ZAMXml::GetNodeCount(const IXMLDOMNodePtr& node, ZAMTextView name) {
   return Access{*this}.Allocating([&] {
     const pugi::xml_node parent = Access{*this}.Element(node);
-    return parent ? m_Document->m_Finder.Count(parent, zam::PathSteps(name.view())) : 0;
+    return parent ? m_Document->Count(parent, zam::Path(name.view())) : 0;
   });
 }
 
@@ -231,17 +214,7 @@ int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name) {
     if (!parent) {
       return 0;
     }
-    Steps steps = zam::PathSteps(name.view());
-    const std::string last = steps.back();
-    steps.pop_back();
-    if (steps.empty()) {
-      m_Document->RemoveElements(parent, last);
-      return 1;
-    }
-    for (int i = 0; const pugi::xml_node holder = m_Document->m_Finder.Find(parent, steps, i);
-         ++i) {
-      m_Document->RemoveElements(holder, last);
-    }
+    m_Document->RemoveElements(parent, zam::Path(name.view()));
     return 1;
   });
 }

@@ -18,30 +18,39 @@ constexpr int MaximumCounted = 256;
 
 }  // namespace
 
+void ZAMXml::Access::Assign(_bstr_t& text, std::string_view bytes) {
+  if (!text || !zam::IsSame(text.view(), bytes)) {
+    text = _bstr_t::FromUtf8(bytes);
+  }
+}
+
+void ZAMXml::Access::Assign(CString& text, std::string_view bytes) {
+  text = _bstr_t::FromUtf8(bytes);
+}
+
 pugi::xml_node ZAMXml::Access::Child(const IXMLDOMNodePtr& handle, ZAMTextView path,
                                      int index) const {
   const pugi::xml_node element = Element(handle);
-  return element ? m_Xml.m_Document->m_Finder.Find(element, zam::PathSteps(path.view()), index)
-                 : element;
+  return element ? m_Xml.m_Document->Find(element, zam::Path(path.view()), index) : element;
 }
 
 pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path,
-                                          int index) {
+                                          int index) const {
   const pugi::xml_node element = Element(handle);
   if (!element) {
     RefuseChild(handle, path);
     return element;
   }
-  const std::vector<std::string> steps = zam::PathSteps(path.view());
-  const pugi::xml_node found = m_Xml.m_Document->m_Finder.Find(element, steps, index);
-  const pugi::xml_node child = found ? found : Add(element, steps);
+  const zam::Path steps(path.view());
+  const pugi::xml_node found = m_Xml.m_Document->Find(element, steps, index);
+  const pugi::xml_node child = found ? found : m_Xml.m_Document->Add(element, steps);
   if (!child) {
     RefuseChild(handle, path);
   }
   return child;
 }
 
-void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path) {
+void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path) const {
   m_Xml.Fail(zam::CodeNotAdded,
              m_Xml.GetNodePath(parent) + u": \"" + _bstr_t(path) +
                  (m_Xml.HasNode(parent) != 0 ? u"\" would be nested too deep."
@@ -49,19 +58,7 @@ void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path)
              nullptr);
 }
 
-pugi::xml_node ZAMXml::Access::Add(pugi::xml_node parent, const std::vector<std::string>& steps) {
-  ZAMXmlDocument& document = *m_Xml.m_Document;
-  if (zam::DepthOf(parent) + static_cast<int>(steps.size()) > zam::MaximumDepth) {
-    return {};
-  }
-  for (std::size_t i = 0; i + 1 < steps.size(); ++i) {
-    const pugi::xml_node known = document.m_Finder.Find(parent, {steps[i]}, 0);
-    parent = known ? known : document.AddElement(parent, steps[i]);
-  }
-  return document.AddElement(parent, steps.back());
-}
-
-std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) {
+std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) const {
   bool replaced = false;
   std::string stored = zam::ToXmlUtf8(text.view(), replaced);
   if (replaced) {
@@ -75,13 +72,7 @@ std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) {
   return stored;
 }
 
-template <class Text>
-int ZAMXml::Access::GetText(pugi::xml_node element, Text& text) const {
-  text = element ? _bstr_t::FromUtf8(m_Xml.m_Document->Text(element)) : _bstr_t(u"");
-  return element ? 1 : 0;
-}
-
-int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) {
+int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) const {
   if (!element) {
     return 0;
   }
@@ -92,19 +83,19 @@ int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) {
 template <class Text>
 int ZAMXml::Access::GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const {
   const pugi::xml_attribute attribute = element.attribute(zam::StoredName(name.view()).c_str());
-  value = _bstr_t::FromUtf8(attribute.value());
+  Assign(value, attribute.value());
   return attribute ? 1 : 0;
 }
 
-int ZAMXml::Access::SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value) {
+int ZAMXml::Access::SetAttribute(pugi::xml_node element, const char* name,
+                                 ZAMTextView value) const {
   if (!element) {
     return 0;
   }
-  const std::string stored = zam::StoredName(name.view());
   const std::string bytes = Stored(value, element);
-  const pugi::xml_attribute known = element.attribute(stored.c_str());
-  pugi::xml_attribute attribute = known ? known : element.append_attribute(stored.c_str());
-  if ((!known && !attribute.set_name(stored.c_str())) || !attribute.set_value(bytes.c_str())) {
+  const pugi::xml_attribute known = element.attribute(name);
+  pugi::xml_attribute attribute = known ? known : element.append_attribute(name);
+  if ((!known && !attribute.set_name(name)) || !attribute.set_value(bytes.c_str(), bytes.size())) {
     if (!known) {
       element.remove_attribute(attribute);
     }
@@ -166,8 +157,10 @@ int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
 int ZAMXml::SetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, ZAMTextView value, int index) {
   Access access{*this};
-  return access.Allocating(
-      [&] { return access.SetAttribute(access.ChildToSet(node, child, index), attribute, value); });
+  return access.Allocating([&] {
+    return access.SetAttribute(access.ChildToSet(node, child, index),
+                               zam::StoredName(attribute.view()).c_str(), value);
+  });
 }
 
 int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, _bstr_t& text) {
@@ -199,8 +192,10 @@ int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, 
 
 int ZAMXml::SetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, ZAMTextView value) {
   Access access{*this};
-  return access.Allocating(
-      [&] { return access.SetAttribute(access.Element(node), attribute, value); });
+  return access.Allocating([&] {
+    return access.SetAttribute(access.Element(node), zam::StoredName(attribute.view()).c_str(),
+                               value);
+  });
 }
 
 int ZAMXml::GetAttributeCount(const IXMLDOMNodePtr& node) {

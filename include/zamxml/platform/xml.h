@@ -10,6 +10,9 @@
 
 struct ZAMXmlNode;
 struct ZAMXmlDocument;
+namespace zam {
+class FieldCursor;
+}
 
 /// A counted handle to one element of a ZAMXml document; null means no element.
 ///
@@ -22,8 +25,7 @@ public:
   IXMLDOMNodePtr(std::nullptr_t) noexcept;
   IXMLDOMNodePtr(const IXMLDOMNodePtr&) noexcept;
   IXMLDOMNodePtr(IXMLDOMNodePtr&&) noexcept;
-  IXMLDOMNodePtr& operator=(const IXMLDOMNodePtr&) noexcept;
-  IXMLDOMNodePtr& operator=(IXMLDOMNodePtr&&) noexcept;
+  IXMLDOMNodePtr& operator=(IXMLDOMNodePtr) noexcept;
   ~IXMLDOMNodePtr();
 
   /// True when there is an element behind the handle.
@@ -40,9 +42,9 @@ public:
 private:
   friend class ZAMXml;
   friend struct ZAMXmlDocument;
-  explicit IXMLDOMNodePtr(std::shared_ptr<ZAMXmlNode> node) noexcept;
+  explicit IXMLDOMNodePtr(ZAMXmlNode* node) noexcept;
 
-  std::shared_ptr<ZAMXmlNode> m_Node;
+  ZAMXmlNode* m_Node = nullptr;
 };
 
 /// One XML document in memory.
@@ -196,6 +198,7 @@ protected:
   int OnFileSave(const _bstr_t& path, ZAMLog* log) override;
 
 private:
+  friend class zam::FieldCursor;
   struct ZAMXML_LOCAL Access;
 
   int Fail(int code, const _bstr_t& detail, ZAMLog* log);
