@@ -141,7 +141,8 @@ protected:
   /// at the path comes back, unless the template was written into it in place.
   virtual int OnCopyXMLTemplate(const _bstr_t& path);
 
-  /// Write one section each, creating its element when it is missing; 0 ends the writing.
+  /// Write one section each, creating its element when it is missing; 0 ends the writing. The tree
+  /// is not whole meanwhile: SetHistory, Save, SaveAs and BeginModify give 0 in these hooks.
   /// OnWriteModification writes nothing when there are no modifications. A host that overrides it
   /// and writes nothing either keeps the history out of this save and every later one of the tree.
   virtual int OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log);
@@ -181,8 +182,23 @@ private:
   class ZAMXML_LOCAL KeptPaths;
 
   int ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log);
+  /// How a save of the tree ended: no file was written, or one was, and the document shows its
+  /// former position again or cannot.
+  enum class Saved { Not, Whole, Unshown };
+
+  int RequireWholeRecords(ZAMLog* log);
   int BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log);
-  int SaveOriginal(const _bstr_t& path, ZAMLog* log);
+  bool IsBuilding() const noexcept;
+  /// Whether a hook of a reading or writing that began in that session (0: none) has closed the
+  /// document or put another in its place.
+  bool IsReplaced(unsigned int session) const noexcept {
+    return session != 0 && session != Session();
+  }
+  template <class Section>
+  int ReadSection(ZAMXml& xml, ZAMTextView path, Section& record, int whenAbsent, ZAMLog* log);
+  template <class Section>
+  int WriteSection(ZAMXml& xml, ZAMTextView path, Section& record, ZAMLog* log);
+  Saved SaveOriginal(const _bstr_t& path, ZAMLog* log);
   _bstr_t SectionsMissing(ZAMXml& former);
   int Show(int position);
   void MoveTree(int position);
@@ -190,7 +206,7 @@ private:
   int RereadRecords(int position);
   int TakeSnapshot();
   int SaveSnapshot(const _bstr_t& path);
-  void PrepareSnapshot(int count);
+  void PrepareSnapshot();
   void CloseSnapshot();
   int AddCreated(ZAMXMLChangeItem* created);
   template <class Record>
@@ -200,6 +216,7 @@ private:
   void RecordError(int type, int code, const _bstr_t& message);
   int Refuse(int code, const _bstr_t& message, ZAMLog* log);
   int RefuseReplaced(ZAMLog* log);
+  int RefuseBuilding(ZAMLog* log);
   int FailWithoutMemory(ZAMLog* log) noexcept;
   void WarnOfDropped(const _bstr_t& sections);
   void WarnOfSeparator(const _bstr_t& node, bool held);
@@ -209,4 +226,6 @@ private:
   int m_nStale = 0;            ///< nonzero when tree or records may not be what m_nHistory says
   int m_nWithheld = 0;         ///< nonzero when no hook wrote the list into the tree
   int m_nForeignEdit = 0;      ///< nonzero when the open edit was begun on a former document
+  unsigned int m_BuildingSession = 0;  ///< the session in which hooks are writing the tree, or 0
+  unsigned int m_ReadingSession = 0;   ///< the session in which hooks are reading a tree, or 0
 };

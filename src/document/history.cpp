@@ -42,6 +42,9 @@ int ZAMXMLFile::SetHistory(int position) {
   if (position == m_nHistory && m_nStale == 0) {
     return 1;
   }
+  if (IsBuilding()) {
+    return RefuseBuilding(nullptr);
+  }
   const zam::WarningScope warnings(m_Xml, this);
   if (!m_Xml.GetNode(zam::RootPath) || Show(position) == 0) {
     RecordError(ZAM_LOG_TYPE_FATAL, zam::CodeTreeNotReread, u"Fail to open temporary XML file.");

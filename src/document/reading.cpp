@@ -3,11 +3,13 @@
 #include "platform/codes.h"
 #include "zamxml/document.h"
 
-namespace {
-
 /// Reads a record from its section; `whenAbsent` is the result where there is none.
-template <class Record>
-int ReadSection(ZAMXml& xml, ZAMTextView path, Record& record, int whenAbsent, ZAMLog* log) {
+template <class Section>
+int ZAMXMLFile::ReadSection(ZAMXml& xml, ZAMTextView path, Section& record, int whenAbsent,
+                            ZAMLog* log) {
+  if (IsReplaced(m_ReadingSession)) {
+    return 0;
+  }
   IXMLDOMNodePtr section = xml.GetNode(path);
   if (!section && whenAbsent != 0) {
     return whenAbsent;
@@ -19,8 +21,6 @@ int ReadSection(ZAMXml& xml, ZAMTextView path, Record& record, int whenAbsent, Z
   return 1;
 }
 
-}  // namespace
-
 int ZAMXMLFile::_ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log) {
   const zam::MemoryWatch memory(xml);
   Clear();
@@ -30,14 +30,20 @@ int ZAMXMLFile::_ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log) {
     SafeLogCopy(log);
     return 0;
   }
-  if (OnReadDocumentInfo(xml, log) == 0 || OnReadModification(xml, log) == 0) {
+  // A hook may close the document or open another: what is read then is not this one's.
+  const unsigned int session = Session();
+  const zam::Scoped reading(m_ReadingSession, session);
+  const auto read = [&](int (ZAMXMLFile::*hook)(ZAMXml&, ZAMLog*)) {
+    return (this->*hook)(xml, log) != 0 && session == Session();
+  };
+  if (!read(&ZAMXMLFile::OnReadDocumentInfo) || !read(&ZAMXMLFile::OnReadModification)) {
     return 0;
   }
   if (moveToLast != 0) {
     _SetHistory(xml, GetHistoryCount() - 1);
   }
-  if (OnReadPatientInfo(xml, log) == 0 || OnReadOrderInfo(xml, log) == 0 ||
-      OnReadStudyInfo(xml, log) == 0 || OnReadNonStandard(xml, log) == 0) {
+  if (!read(&ZAMXMLFile::OnReadPatientInfo) || !read(&ZAMXMLFile::OnReadOrderInfo) ||
+      !read(&ZAMXMLFile::OnReadStudyInfo) || !read(&ZAMXMLFile::OnReadNonStandard)) {
     return 0;
   }
   if (memory.RanShort()) {

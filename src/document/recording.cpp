@@ -15,20 +15,6 @@
 
 namespace {
 
-/// Gives a member its value back at the end of a scope, however that ends.
-template <class Member>
-class Restored {
-public:
-  explicit Restored(Member& member) : m_Member(member), m_Value(member) {}
-  Restored(const Restored&) = delete;
-  Restored& operator=(const Restored&) = delete;
-  ~Restored() { std::swap(m_Member, m_Value); }
-
-private:
-  Member& m_Member;
-  Member m_Value;
-};
-
 /// A file that is gone at the end of a scope, however that ends: its path is made ready beforehand,
 /// so that removing it needs no memory.
 class TemporaryFile {
@@ -102,19 +88,22 @@ private:
 int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName) {
   // Copies: the texts may be those of a record or modification that is read again meanwhile.
   const std::array<_bstr_t, 3> texts{uid, userID, userName};
+  if (IsBuilding()) {
+    return RefuseBuilding(nullptr);
+  }
   CancelModify();
   try {
-    if (TakeSnapshot() == 0) {
-      CancelModify();
-      return 0;
+    if (TakeSnapshot() != 0) {
+      m_pModification.reset(new (std::nothrow) ZAMXMLModification);
+      if (m_pModification == nullptr) {
+        RecordError(ZAM_LOG_TYPE_ERROR, zam::CodeNoMemory, u"Fail to memory allocation");
+      }
     }
   } catch (...) {
     CancelModify();
     throw;
   }
-  m_pModification.reset(new (std::nothrow) ZAMXMLModification);
   if (m_pModification == nullptr) {
-    RecordError(ZAM_LOG_TYPE_ERROR, zam::CodeNoMemory, u"Fail to memory allocation");
     CancelModify();
     return 0;
   }
@@ -125,7 +114,6 @@ int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bs
 }
 
 int ZAMXMLFile::TakeSnapshot() {
-  const int count = GetHistoryCount();
   const _bstr_t path = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(),
                                        ZAMGF::MakeDateTimeFileName(u"ZAMRE_", u"_temp", u"xml"));
   {
@@ -139,7 +127,7 @@ int ZAMXMLFile::TakeSnapshot() {
       return 0;
     }
   }
-  PrepareSnapshot(count);
+  PrepareSnapshot();
   return 1;
 }
 
@@ -151,12 +139,11 @@ int ZAMXMLFile::SaveSnapshot(const _bstr_t& path) {
   return session == Session() ? saved : 0;
 }
 
-void ZAMXMLFile::PrepareSnapshot(int count) {
-  if (count > 0) {
+void ZAMXMLFile::PrepareSnapshot() {
+  if (GetHistoryCount() > 0) {
     const zam::MemoryWatch memory(m_CloneXml);
-    const Restored shown(m_nHistory);
-    m_nHistory = -1;
-    _SetHistory(m_CloneXml, count - 1);
+    const zam::Scoped shown(m_nHistory, -1);
+    _SetHistory(m_CloneXml, GetHistoryCount() - 1);
     memory.RequireEnough();
   }
   const _bstr_t copy = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(), u"Clone.xml");
@@ -236,18 +223,28 @@ ZAMXMLChangeItem* ZAMXMLFile::CreateChangeItem(const _bstr_t& code, const _bstr_
 
 ZAMXMLChangeItem* ZAMXMLFile::CreateChangeItemName(const _bstr_t& code, const _bstr_t& node,
                                                    const ZAMXMLName& name) {
-  WarnOfSeparator(node, zam::HoldsSeparator(name));
   _bstr_t text;
   ZAMXMLChangeItem::EncodeXMLName(name, text);
-  return CreateChangeItem(code, node, u"", ZAMXML_VTYPE_NAME, text);
+  std::unique_ptr<ZAMXMLChangeItem> item(
+      CreateChangeItem(code, node, u"", ZAMXML_VTYPE_NAME, text));
+  // After the texts are copied: they may be those of an entry that a full log drops.
+  if (item != nullptr) {
+    WarnOfSeparator(item->m_Node, zam::HoldsSeparator(name));
+  }
+  return item.release();
 }
 
 ZAMXMLChangeItem* ZAMXMLFile::CreateChangeItemStatement(const _bstr_t& code, const _bstr_t& node,
                                                         const ZAMXMLStatement& list) {
-  WarnOfSeparator(node, zam::HoldsSeparator(list));
   _bstr_t text;
   ZAMXMLChangeItem::EncodeXMLStatement(list, text);
-  return CreateChangeItem(code, node, u"", ZAMXML_VTYPE_STATEMENT, text);
+  std::unique_ptr<ZAMXMLChangeItem> item(
+      CreateChangeItem(code, node, u"", ZAMXML_VTYPE_STATEMENT, text));
+  // After the texts are copied: they may be those of an entry that a full log drops.
+  if (item != nullptr) {
+    WarnOfSeparator(item->m_Node, zam::HoldsSeparator(list));
+  }
+  return item.release();
 }
 
 int ZAMXMLFile::AddChangeItem(ZAMXMLChangeItem* item) {
@@ -374,5 +371,6 @@ int ZAMXMLFile::StoreList() {
   if (failures.GetLogCount() == 0 && !memory.RanShort()) {
     m_nStale = stale;
   }
+  failures.SafeLogCopy(this);
   return 1;
 }

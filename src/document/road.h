@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "zamxml/platform/error.h"
 #include "zamxml/platform/log.h"
 #include "zamxml/platform/xml.h"
@@ -42,6 +44,20 @@ public:
 private:
   ZAMXml& m_Xml;
   ZAMLog* m_Former;
+};
+
+/// Gives a value another one while it lives.
+template <class Value>
+class Scoped {
+public:
+  Scoped(Value& value, Value during) : m_Value(value), m_Former(std::exchange(value, during)) {}
+  Scoped(const Scoped&) = delete;
+  Scoped& operator=(const Scoped&) = delete;
+  ~Scoped() { m_Value = m_Former; }
+
+private:
+  Value& m_Value;
+  Value m_Former;
 };
 
 }  // namespace zam

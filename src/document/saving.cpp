@@ -6,11 +6,12 @@
 #include "platform/system.h"
 #include "zamxml/document.h"
 
-namespace {
-
 /// Writes a record into its section, which is created when it is missing.
-template <class Record>
-int WriteSection(ZAMXml& xml, ZAMTextView path, Record& record, ZAMLog* log) {
+template <class Section>
+int ZAMXMLFile::WriteSection(ZAMXml& xml, ZAMTextView path, Section& record, ZAMLog* log) {
+  if (IsReplaced(m_BuildingSession)) {
+    return 0;
+  }
   IXMLDOMNodePtr section = xml.GetNode(path);
   if (!section) {
     section = xml.AddNode(path, nullptr);
@@ -21,8 +22,6 @@ int WriteSection(ZAMXml& xml, ZAMTextView path, Record& record, ZAMLog* log) {
   }
   return 1;
 }
-
-}  // namespace
 
 /// What a document was before its tree is built from the records. It comes back unless the tree
 /// that was built is saved, or a hook has put something else in its place.
@@ -74,30 +73,35 @@ private:
 };
 
 int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
-  const zam::WarningScope warnings(m_Xml, log != nullptr ? log : this);
-  const bool hasRoot = static_cast<bool>(m_Xml.GetNode(zam::RootPath));
-  if (hasRoot && m_DocInfo.m_ID == m_DefaultDocInfo.m_ID) {
-    return SaveOriginal(path, log);
+  if (IsBuilding()) {
+    return RefuseBuilding(log);
   }
-  const unsigned int session = Session();
-  // Records that could not be read after a move of the history must not become the document.
-  if (hasRoot && m_nStale != 0 && SetHistory(m_nHistory) == 0) {
-    SafeLogCopy(log);
+  const zam::WarningScope warnings(m_Xml, log != nullptr ? log : this);
+  if (m_Xml.GetNode(zam::RootPath) && m_DocInfo.m_ID == m_DefaultDocInfo.m_ID) {
+    return SaveOriginal(path, log) == Saved::Whole ? 1 : 0;
+  }
+  if (RequireWholeRecords(log) == 0) {
     return 0;
   }
+  const unsigned int session = Session();
   zam::KeptFile replaced(path.utf8());
   const bool copied = OnCopyXMLTemplate(path) != 0;
   if (session != Session()) {
     return RefuseReplaced(log);
   }
+  if (RequireWholeRecords(log) == 0) {
+    return 0;
+  }
+  const bool hasRoot = static_cast<bool>(m_Xml.GetNode(zam::RootPath));
   Rebuild rebuild(*this, hasRoot);
   if (BuildTree(copied, path, log) != 0) {
     const _bstr_t dropped = SectionsMissing(rebuild.Former());
-    if (SaveOriginal(path, log) != 0) {
+    const Saved saved = SaveOriginal(path, log);
+    if (saved != Saved::Not) {
       rebuild.Saved();
       replaced.Forget();
       WarnOfDropped(dropped);
-      return 1;
+      return saved == Saved::Whole ? 1 : 0;
     }
   }
   const int shown = m_nHistory;
@@ -106,6 +110,15 @@ int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
     Show(shown);  // a hook has moved the history
   }
   return 0;
+}
+
+/// Records that could not be read after a move of the history must not become the document.
+int ZAMXMLFile::RequireWholeRecords(ZAMLog* log) {
+  if (m_nStale != 0 && m_Xml.GetNode(zam::RootPath) && SetHistory(m_nHistory) == 0) {
+    SafeLogCopy(log);
+    return 0;
+  }
+  return 1;
 }
 
 int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log) {
@@ -118,7 +131,12 @@ int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log) {
     m_Xml.SafeLogCopy(this);
     return 0;
   }
-  const int written = _WriteToXML(m_Xml, log != nullptr ? log : this);
+  int written = 0;
+  {
+    // The tree is not whole meanwhile: nothing that reads or saves it is done.
+    const zam::Scoped building(m_BuildingSession, session);
+    written = _WriteToXML(m_Xml, log != nullptr ? log : this);
+  }
   if (session != Session()) {
     return RefuseReplaced(log);
   }
@@ -129,16 +147,25 @@ int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log) {
   return written;
 }
 
-int ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
+bool ZAMXMLFile::IsBuilding() const noexcept { return m_BuildingSession == Session(); }
+
+int ZAMXMLFile::RefuseBuilding(ZAMLog* log) {
+  return Refuse(zam::CodeNotWritten,
+                u"The document is being written: it cannot be moved, saved or edited meanwhile.",
+                log);
+}
+
+ZAMXMLFile::Saved ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
   const unsigned int session = Session();
   const int shown = m_nHistory;
   SetHistoryToOriginal();
   if (session != Session()) {
-    return RefuseReplaced(log);
+    RefuseReplaced(log);
+    return Saved::Not;
   }
   if (m_nHistory > -1) {
-    return Refuse(zam::CodeNotWritten, u"The history was moved while the document was being saved.",
-                  log);
+    Refuse(zam::CodeNotWritten, u"The history was moved while the document was being saved.", log);
+    return Saved::Not;
   }
   if (m_nStale != 0) {
     RestoreList();
@@ -148,13 +175,14 @@ int ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
     m_Xml.SafeLogCopy(this);
   }
   const zam::MemoryWatch memory(m_Xml);
-  if (SetHistory(shown) == 0 && session == Session() && memory.RanShort()) {
-    return Refuse(zam::CodeNoMemory,
-                  saved != 0 ? u"The document is saved, but it cannot be shown again."
-                             : u"The document cannot be shown again.",
-                  log);
+  const bool again = SetHistory(shown) != 0 || session != Session() || !memory.RanShort();
+  if (!again) {
+    Refuse(zam::CodeNoMemory,
+           saved != 0 ? u"The document is saved, but it cannot be shown again."
+                      : u"The document cannot be shown again.",
+           log);
   }
-  return saved != 0 ? 1 : 0;
+  return saved == 0 ? Saved::Not : again ? Saved::Whole : Saved::Unshown;
 }
 
 int ZAMXMLFile::RefuseReplaced(ZAMLog* log) {
@@ -168,7 +196,7 @@ _bstr_t ZAMXMLFile::SectionsMissing(ZAMXml& former) {
   std::set<_bstr_t> present{u"Modifications"};
   const auto collect = [&present](ZAMXml& xml) {
     CString added;
-    for (auto section = xml.GetFirstChildNode(xml.GetNode(zam::RootPath)); section;
+    for (auto section = xml.GetFirstChildNode(xml.GetRootNode()); section;
          section = xml.GetNextNode(section)) {
       const _bstr_t name = xml.GetNodeName(section);
       if (present.insert(name).second) {
@@ -205,8 +233,10 @@ int ZAMXMLFile::_WriteToXML(ZAMXml& xml, ZAMLog* log) {
 }
 
 int ZAMXMLFile::OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log) {
-  m_DocInfo.m_ID = m_DefaultDocInfo.m_ID;
-  m_DocInfo.m_Version = m_DefaultDocInfo.m_Version;
+  if (!IsReplaced(m_BuildingSession)) {
+    m_DocInfo.m_ID = m_DefaultDocInfo.m_ID;
+    m_DocInfo.m_Version = m_DefaultDocInfo.m_Version;
+  }
   return WriteSection(xml, zam::DocumentInfoPath, m_DocInfo, log);
 }
 

@@ -213,56 +213,68 @@ void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const zam::Path& path
   }
 }
 
-void ZAMXmlDocument::RemoveAll(pugi::xml_node parent, std::string_view name) {
-  zam::ElementMemory* const memory = FindMemory(parent);
-  zam::Nodes children;
+zam::Nodes ZAMXmlDocument::All(pugi::xml_node parent, std::string_view name) const {
+  const zam::ElementMemory* const memory = FindMemory(parent);
   if (memory != nullptr && memory->m_Children) {
     const auto named = memory->m_Children->find(name);
-    if (named != memory->m_Children->end()) {
-      children = named->second;
-    }
-  } else {
-    for (const pugi::xml_node child : parent.children()) {
-      if (zam::IsElement(child, name)) {
-        children.push_back(child);
-      }
+    return named != memory->m_Children->end() ? named->second : zam::Nodes();
+  }
+  zam::Nodes children;
+  for (const pugi::xml_node child : parent.children()) {
+    if (zam::IsElement(child, name)) {
+      children.push_back(child);
     }
   }
+  return children;
+}
+
+void ZAMXmlDocument::RemoveAll(pugi::xml_node parent, std::string_view name) {
+  const zam::Nodes children = All(parent, name);
   if (children.empty()) {
     return;
   }
   RememberFormatting(parent);
-  m_LastWalk = {};
-  if (memory != nullptr && memory->m_Children) {
+  if (zam::ElementMemory* const memory = FindMemory(parent); memory->m_Children) {
     memory->m_Children->erase(children.front().name());
   }
   for (const pugi::xml_node child : children) {
-    RemoveElement(parent, child);
-  }
-  DropFormatting(parent);
-}
-
-void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, std::string_view name, int first,
-                                    int count) {
-  if (zam::ElementMemory* const memory = FindMemory(parent)) {
-    memory->m_Children.reset();
-  }
-  pugi::xml_node child = zam::ElementFrom(parent.first_child());
-  for (int index = 0; child;) {
-    const pugi::xml_node next = zam::ElementFrom(child.next_sibling());
-    if (zam::IsElement(child, name) && index++ >= first) {
-      if (count-- > 0) {
-        RemoveElement(parent, child);
-      } else if (ZAMXmlNode* const note = FindNote(child)) {
-        note->m_Index = -1;
-      }
-    }
-    child = next;
+    TakeOut(parent, child);
   }
   DropFormatting(parent);
 }
 
 void ZAMXmlDocument::RemoveElement(pugi::xml_node parent, pugi::xml_node child) {
+  ForgetPlaces(parent);
+  TakeOut(parent, child);
+  DropFormatting(parent);
+}
+
+void ZAMXmlDocument::Replace(pugi::xml_node parent, pugi::xml_node replaced,
+                             pugi::xml_node replacement) noexcept {
+  ForgetPlaces(parent);
+  Forget(replaced, true);
+  const pugi::xml_node before = replacement.previous_sibling();
+  if (before && zam::IsFormatting(before)) {
+    parent.remove_child(before);
+  }
+  parent.insert_move_before(replacement, replaced);
+  parent.remove_child(replaced);
+}
+
+/// Forgets which child has which index.
+void ZAMXmlDocument::ForgetPlaces(pugi::xml_node parent) noexcept {
+  m_LastWalk = {};
+  if (zam::ElementMemory* const memory = FindMemory(parent)) {
+    memory->m_Children.reset();
+  }
+  for (const pugi::xml_node child : parent.children()) {
+    if (ZAMXmlNode* const note = FindNote(child)) {
+      note->m_Index = -1;
+    }
+  }
+}
+
+void ZAMXmlDocument::TakeOut(pugi::xml_node parent, pugi::xml_node child) {
   Forget(child, true);
   const pugi::xml_node before = child.previous_sibling();
   const pugi::xml_node behind = child.next_sibling();

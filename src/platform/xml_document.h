@@ -46,11 +46,15 @@ struct ZAMXmlDocument {
   /// stand too deep.
   pugi::xml_node Add(pugi::xml_node parent, const zam::Path& path);
 
-  /// Remove child elements with the white space that indented them: all at the path, or up to count
-  /// of them from the index first on, which needs no memory; or all that the parent holds.
+  /// Remove child elements with the white space that indented them: all at the path; or one; or all
+  /// that the parent holds.
   void RemoveElements(pugi::xml_node parent, const zam::Path& path);
-  void RemoveElements(pugi::xml_node parent, std::string_view name, int first, int count);
+  void RemoveElement(pugi::xml_node parent, pugi::xml_node child);
   void RemoveContent(pugi::xml_node parent);
+  /// Puts a child element into the place of another, which goes. Needs no memory.
+  void Replace(pugi::xml_node parent, pugi::xml_node replaced, pugi::xml_node replacement) noexcept;
+  /// All children of that name.
+  zam::Nodes All(pugi::xml_node parent, std::string_view name) const;
 
   /// The text of an element: its text and CDATA pieces joined. Where it has child elements, white
   /// space between them is formatting and does not count. The view is valid until the tree changes;
@@ -98,7 +102,8 @@ private:
   void DropFormatting(pugi::xml_node parent);
 
   void RemoveAll(pugi::xml_node parent, std::string_view name);
-  void RemoveElement(pugi::xml_node parent, pugi::xml_node child);
+  void TakeOut(pugi::xml_node parent, pugi::xml_node child);
+  void ForgetPlaces(pugi::xml_node parent) noexcept;
   void Forget(pugi::xml_node subtree, bool itself) noexcept;
   void Forget(pugi::xml_node element) noexcept;
 

@@ -1,6 +1,7 @@
 #include <string_view>
 
 #include "platform/xml_document.h"
+#include "platform/xml_insertion.h"
 
 /// The indentation of what is added: read off the document, so that the tree and the file stay the
 /// same thing.
@@ -109,6 +110,8 @@ void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
     child = next;
   }
   if (!content && memory != nullptr && memory->m_Blank) {
-    parent.append_child(pugi::node_pcdata).set_value(memory->m_Blank->c_str());
+    zam::Insertion insertion(parent);
+    insertion.Before({}, pugi::node_pcdata, *memory->m_Blank);
+    insertion.Keep();
   }
 }

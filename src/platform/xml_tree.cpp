@@ -156,6 +156,13 @@ IXMLDOMNodePtr ZAMXml::GetNode(ZAMTextView path, int index) {
   });
 }
 
+IXMLDOMNodePtr ZAMXml::GetRootNode() {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
+    const pugi::xml_node root = m_Document ? m_Document->Root() : pugi::xml_node();
+    return root ? m_Document->Handle(root, 0) : IXMLDOMNodePtr();
+  });
+}
+
 IXMLDOMNodePtr ZAMXml::AddNode(ZAMTextView path, ZAMTextView text, int /*index*/) {
   Access access{*this};
   return access.Allocating([&]() -> IXMLDOMNodePtr {
@@ -226,18 +233,6 @@ int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node) {
       return 0;
     }
     m_Document->RemoveContent(parent);
-    return 1;
-  });
-}
-
-int ZAMXml::RemoveChildNodes(const IXMLDOMNodePtr& node, ZAMTextView name, int first, int count) {
-  Access access{*this};
-  return access.Allocating([&] {
-    const pugi::xml_node parent = access.Element(node);
-    if (!parent) {
-      return 0;
-    }
-    m_Document->RemoveElements(parent, zam::StoredName(name.view()), first, count);
     return 1;
   });
 }

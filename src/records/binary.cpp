@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/xml_replacement.h"
 #include "records/record.h"
 #include "records/separated_values.h"
 #include "zamxml/platform/util.h"
@@ -141,95 +142,65 @@ void WarnUnreadable(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr
   }
 }
 
-/// The elements of a block: the header, then the data.
-constexpr std::array<const char16_t*, 5> ElementNames{u"Encoding", u"ByteOrder", u"BytePerData",
-                                                      u"CountOfData", u"Data"};
-constexpr std::size_t HeaderSize = 4;
+/// Prepares the header as the block has it. What else the elements hold is kept.
+class HeaderWriter {
+public:
+  HeaderWriter(ZAMXml& xml, zam::Replacement& replacement)
+      : m_Xml(xml), m_Replacement(replacement) {}
 
-/// One element of the header.
-struct HeaderElement {
-  _bstr_t m_Text;
-  _bstr_t m_Code;  ///< null where there is no attribute
+  void Number(const zam::FieldName& name, int number) { Write(name, Decimal(number)); }
+  void Code(const zam::FieldName& name, ZAMTextView text, int code) {
+    const IXMLDOMNodePtr element = Write(name, text);
+    m_Xml.SetNodeAttribute(element, u"code", Decimal(code));
+  }
+
+private:
+  IXMLDOMNodePtr Write(const zam::FieldName& name, ZAMTextView text) {
+    IXMLDOMNodePtr element = m_Replacement.Copy(name);
+    zam::RequireStored(static_cast<bool>(element));
+    m_Xml.SetNodeText(element, text);
+    return element;
+  }
+
+  ZAMXml& m_Xml;
+  zam::Replacement& m_Replacement;
 };
-using Header = std::array<HeaderElement, HeaderSize>;
 
-Header HeaderOf(const ZAMXMLBinary& block) {
-  const auto byteOrder = std::size_t{block.m_ByteOrder != 0};
-  return {{{EncodingNames[static_cast<std::size_t>(block.m_Encoding)], Decimal(block.m_Encoding)},
-           {ByteOrderNames[byteOrder], Decimal(static_cast<int>(byteOrder))},
-           {Decimal(block.m_BytePerData), nullptr},
-           {Decimal(block.m_CountOfData), nullptr}}};
-}
-
-bool HasHeader(ZAMXml& xml, const IXMLDOMNodePtr& element, const Header& header) {
-  _bstr_t text;
-  for (std::size_t i = 0; i < HeaderSize; ++i) {
-    const HeaderElement& wanted = header[i];
-    if (xml.GetChildNodeText(element, ElementNames[i], text) == 0 || text != wanted.m_Text ||
-        (!!wanted.m_Code &&
-         (xml.GetChildNodeAttribute(element, ElementNames[i], u"code", text) == 0 ||
-          text != wanted.m_Code))) {
-      return false;
-    }
-  }
-  return true;
-}
-
-void AddHeader(ZAMXml& xml, const IXMLDOMNodePtr& element, const Header& header) {
-  for (std::size_t i = 0; i < HeaderSize; ++i) {
-    zam::AddChild(xml, element, ElementNames[i], header[i].m_Text, 0, [&](IXMLDOMNodePtr& child) {
-      if (!!header[i].m_Code) {
-        xml.SetNodeAttribute(child, u"code", header[i].m_Code);
-      }
-    });
-  }
-}
-
-void AddData(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element) {
+void AddData(const ZAMXMLBinary& block, ZAMXml& xml, zam::Replacement& replacement) {
   const int length = static_cast<int>(block.m_BinaryLength);
   const int width = block.m_BytePerData;
   const int longest = block.m_BlockByteLength - block.m_BlockByteLength % StretchUnit(block);
   const bool invert = IsInverted(block);
   CString text;
-  for (int start = 0, index = 0; start < length; ++index) {
+  replacement.Drop(u"Data");
+  for (int start = 0; start < length;) {
     const int stretch = std::min(longest, length - start);
-    zam::AddChild(xml, element, u"Data", nullptr, index, [&](const IXMLDOMNodePtr& data) {
-      xml.SetNodeAttribute(data, u"start", Decimal(start));
-      xml.SetNodeAttribute(data, u"length", Decimal(stretch));
-      if (block.m_Encoding == CSV) {
-        zam::EncodeValues(text, Comma, block.GetBinary() + start, width, stretch / width, invert);
-        xml.SetNodeText(data, text);
-      }
-    });
+    const IXMLDOMNodePtr data = replacement.Add(u"Data");
+    zam::RequireStored(static_cast<bool>(data));
+    xml.SetNodeAttribute(data, u"start", Decimal(start));
+    xml.SetNodeAttribute(data, u"length", Decimal(stretch));
+    if (block.m_Encoding == CSV) {
+      zam::EncodeValues(text, Comma, block.GetBinary() + start, width, stretch / width, invert);
+      xml.SetNodeText(data, text);
+    }
     start += stretch;
   }
 }
 
-/// Writes a block beside the one that its element holds and removes that one when the new one is
-/// whole. After a failure, what was added goes again.
-void ReplaceBlock(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element) {
-  constexpr int All = std::numeric_limits<int>::max();
-  const Header header = HeaderOf(block);
-  const bool sameHeader = HasHeader(xml, element, header);
-  std::array<int, ElementNames.size()> before{};
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    before[i] = xml.GetNodeCount(element, ElementNames[i]);
+/// The new block is whole before the old one goes.
+void WriteBlock(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element) {
+  zam::Replacement replacement(xml, element);
+  HeaderWriter header(xml, replacement);
+  header.Code(u"Encoding", EncodingNames[static_cast<std::size_t>(block.m_Encoding)],
+              block.m_Encoding);
+  const int byteOrder = block.m_ByteOrder != 0 ? 1 : 0;
+  header.Code(u"ByteOrder", ByteOrderNames[static_cast<std::size_t>(byteOrder)], byteOrder);
+  header.Number(u"BytePerData", block.m_BytePerData);
+  header.Number(u"CountOfData", block.m_CountOfData);
+  if (block.m_BinaryLength > 0) {
+    AddData(block, xml, replacement);
   }
-  try {
-    if (!sameHeader) {
-      AddHeader(xml, element, header);
-    }
-    AddData(block, xml, element);
-  } catch (...) {
-    for (std::size_t i = 0; i < before.size(); ++i) {
-      xml.RemoveChildNodes(element, ElementNames[i], before[i], All);
-    }
-    throw;
-  }
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    const bool replaced = i < HeaderSize ? !sameHeader : block.m_BinaryLength > 0;
-    xml.RemoveChildNodes(element, ElementNames[i], 0, replaced ? before[i] : 0);
-  }
+  replacement.Keep();
 }
 
 }  // namespace
@@ -312,7 +283,7 @@ int ZAMXMLBinary::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) 
     if (m_BinaryLength > 0) {
       WarnUnreadable(*this, xml, element, log);
     }
-    ReplaceBlock(*this, xml, element);
+    WriteBlock(*this, xml, element);
     return 1;
   });
 }

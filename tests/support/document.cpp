@@ -49,11 +49,15 @@ std::vector<Change> ThreeWeights() {
 
 std::string Document::TakeCalls() { return std::exchange(m_Calls, {}); }
 
-int Document::Call(const std::string& hook, int result) {
-  m_Calls += (m_Calls.empty() ? "" : " ") + hook;
+void Document::DoMeanwhile(const std::string& hook) {
   if (hook == m_Hook && m_Meanwhile) {
     std::exchange(m_Meanwhile, nullptr)();
   }
+}
+
+int Document::Call(const std::string& hook, int result) {
+  DoMeanwhile(hook);
+  m_Calls += (m_Calls.empty() ? "" : " ") + hook;
   return hook == m_Failing ? 0 : result;
 }
 

@@ -56,6 +56,7 @@ public:
 protected:
 #define TEST_HOOK(function, hook)                      \
   int function(ZAMXml& xml, ZAMLog* log) override {    \
+    DoMeanwhile(hook);                                 \
     return Call(hook, ZAMXMLFile::function(xml, log)); \
   }
   int OnOpenCompatible(ZAMXml& xml, ZAMLog* log) override;
@@ -76,6 +77,7 @@ protected:
 #undef TEST_HOOK
 
 private:
+  void DoMeanwhile(const std::string& hook);
   int Call(const std::string& hook, int result);
 
   std::string m_Calls;

@@ -63,5 +63,5 @@ protected:
 
 private:
   int m_nOpened = 0;
-  unsigned int m_Session = 0;
+  unsigned int m_Session = 1;  ///< never 0
 };

@@ -12,7 +12,8 @@ struct ZAMXmlNode;
 struct ZAMXmlDocument;
 namespace zam {
 class FieldCursor;
-}
+class Replacement;
+}  // namespace zam
 
 /// A counted handle to one element of a ZAMXml document; null means no element.
 ///
@@ -117,6 +118,9 @@ public:
   /// handle when there is none; the log then says which path.
   IXMLDOMNodePtr GetNode(ZAMTextView path, int index = 0);
 
+  /// The root element, whatever its name; a null handle when there is none.
+  IXMLDOMNodePtr GetRootNode();
+
   /// Adds the last step of the path as the last child of the element at the steps before it, with
   /// that text, and returns it; a null handle, logged, when that parent is missing. The index is
   /// not used: children stand in the order in which they are added.
@@ -167,9 +171,6 @@ public:
   int RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name);
   /// Removes all that the node holds: child elements, texts, comments.
   int RemoveChildNodeAll(const IXMLDOMNodePtr& node);
-  /// Removes up to count child elements of that name, from the one at the index first on. The name
-  /// is one step. Needs no memory for a name of at most 15 ASCII characters.
-  int RemoveChildNodes(const IXMLDOMNodePtr& node, ZAMTextView name, int first, int count);
 
   /// The first child element, or the next sibling element; a null handle when there is none.
   IXMLDOMNodePtr GetFirstChildNode(const IXMLDOMNodePtr& node);
@@ -199,6 +200,7 @@ protected:
 
 private:
   friend class zam::FieldCursor;
+  friend class zam::Replacement;
   struct ZAMXML_LOCAL Access;
 
   int Fail(int code, const _bstr_t& detail, ZAMLog* log);
