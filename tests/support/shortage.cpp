@@ -151,6 +151,7 @@ int Shortage::During(const std::function<int()>& step) {
 
 void ForEachShortage(const std::function<void(Shortage&)>& scenario) {
   // The sanitizers are slow, and look for other faults than the plain run does.
+  static int shortages = 0;
   const int step = TEST_REPLACES_MALLOC || std::getenv("ZAMXML_EVERY_SHORTAGE") != nullptr ? 1 : 5;
   for (const bool lasting : {false, true}) {
     bool happened = true;
@@ -164,8 +165,10 @@ void ForEachShortage(const std::function<void(Shortage&)>& scenario) {
         EXPECT_EQ(Leaked(scenario, shortage), 0) << "allocations not released";
       }
       happened = shortage.Happened() || number == 0;
+      shortages += shortage.Happened() ? 1 : 0;
     }
   }
+  testing::Test::RecordProperty("shortages_so_far", shortages);
 }
 
 }  // namespace test
