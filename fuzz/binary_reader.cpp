@@ -5,40 +5,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <string>
+
+#include "fuzzing.h"
 
 namespace {
 
 /// Larger buffers are only read: their text would fill the memory.
 constexpr std::uint32_t MaxWritten = 1U << 20;
-
-void Require(bool holds) {
-  if (!holds) {
-    std::abort();
-  }
-}
-
-/// A file that is written anew for every input and removed at the end.
-struct InputFile {
-  ~InputFile() {
-    std::error_code ignored;
-    std::filesystem::remove(m_Path, ignored);
-  }
-
-  void Write(const std::uint8_t* data, std::size_t size) const {
-    std::ofstream file(m_Path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    Require(static_cast<bool>(file.flush()));
-  }
-
-  const std::string m_Path =
-      ZAMGF::MakePath(ZAMGF::GetSystemTempDir(), ZAMGF::MakeDateTimeFileName(u"fuzz", u"", u"xml"))
-          .utf8();
-};
 
 bool IsSame(const ZAMXMLBinary& left, const ZAMXMLBinary& right) {
   return left.m_Encoding == right.m_Encoding && left.m_ByteOrder == right.m_ByteOrder &&
@@ -51,21 +25,22 @@ bool IsSame(const ZAMXMLBinary& left, const ZAMXMLBinary& right) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const InputFile input;
+  static const fuzz::ScratchFile input(u"fuzz");
   input.Write(data, size);
   ZAMXml xml;
-  if (xml.Open(input.m_Path.c_str(), nullptr) == 0) {
+  if (xml.Open(input.Path(), nullptr) == 0) {
     return 0;
   }
   IXMLDOMNodePtr root = xml.GetNode(u"B");
   ZAMXMLBinary block;
   const int result = block.ReadFromXML(xml, root, nullptr);
-  Require(result == 1 || block.IsValid() == 0);
+  fuzz::Require(result == 1 || block.IsValid() == 0, "a block that is not read is empty");
   if (result == 0 || block.m_BinaryLength > MaxWritten ||
       block.WriteToXML(xml, root, nullptr) == 0) {
     return 0;
   }
   ZAMXMLBinary again;
-  Require(again.ReadFromXML(xml, root, nullptr) == 1 && IsSame(block, again));
+  fuzz::Require(again.ReadFromXML(xml, root, nullptr) == 1 && IsSame(block, again),
+                "what is written is read back");
   return 0;
 }

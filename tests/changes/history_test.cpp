@@ -105,7 +105,7 @@ TEST(History, AMissingElementIsAddedBelowTheRoot) {
             "<Given/><Middle/><Prefix/><Suffix/></Person><Untouched/></R>");
 }
 
-TEST(History, AMoveThatRanOutOfMemoryIsUndoneByMovingToTheOriginal) {
+TEST(Memory, InterruptedMoveIsUndone) {
   ZAMXMLModificationGroup list;
   FillHistory(list);
   test::ForEachShortage([&list](test::Shortage& shortage) {

@@ -150,7 +150,7 @@ int Commit(Host& host) {
   return host.SetHistory(2);
 }
 
-const Road Roads[] = {
+const Road AllRoads[] = {
     {"SaveAsNew", FillNew, SaveAs},
     {"Save", [](Host& host) { Open(host); }, Save},
     {"SaveRebuilding", OpenOther, Save},
@@ -206,14 +206,14 @@ std::string Shown(Host& host) {
   return WithoutClock(shown);
 }
 
-class MemoryRoads : public testing::TestWithParam<Road> {
+class Roads : public testing::TestWithParam<Road> {
 protected:
-  MemoryRoads() {
+  Roads() {
     std::filesystem::create_directory(m_Folder.Path("tmp"));
     setenv("TMPDIR", m_Folder.Path("tmp").c_str(), 1);
     std::filesystem::create_directory(m_Folder.Path("documents"));
   }
-  ~MemoryRoads() override { unsetenv("TMPDIR"); }
+  ~Roads() override { unsetenv("TMPDIR"); }
 
   std::string Bytes() const {
     return std::filesystem::exists(m_File) ? WithoutClock(test::ReadBytes(m_File)) : "none";
@@ -232,7 +232,7 @@ protected:
   std::filesystem::path m_File = m_Folder.Path("documents/document.xml");
 };
 
-TEST_P(MemoryRoads, EndAtTheOldStateOrTheNew) {
+TEST_P(Roads, EndOldOrNew) {
   const Road& road = GetParam();
   std::string oldBytes;
   std::string oldShown;
@@ -285,7 +285,7 @@ TEST_P(MemoryRoads, EndAtTheOldStateOrTheNew) {
   });
 }
 
-INSTANTIATE_TEST_SUITE_P(Document, MemoryRoads, testing::ValuesIn(Roads),
+INSTANTIATE_TEST_SUITE_P(Memory, Roads, testing::ValuesIn(AllRoads),
                          [](const auto& road) { return std::string(road.param.m_Name); });
 
 /// A block that is written over an old one leaves the old samples or the new ones, never neither.
@@ -317,7 +317,7 @@ TEST(Memory, BlockIsOldOrNew) {
   });
 }
 
-TEST(Memory, TemplateIsCopiedOrTheFileKept) {
+TEST(Memory, TemplateOrOldFile) {
   const test::TemporaryFolder folder;
   const std::string path = folder.Path("document.xml");
   ZAMModule module;

@@ -68,7 +68,7 @@ const Step Steps[] = {
 };
 
 /// A step that fails leaves a tree that can be used, and saved to a document that opens.
-TEST(Memory, StepsFailAndTheTreeIsUsable) {
+TEST(Memory, TreeStaysUsable) {
   test::WriteBytes(Opened, "<R><Other/></R>");
   test::Load(Source, "<R><Other/></R>");
   for (const Step& step : Steps) {

@@ -89,7 +89,7 @@ TEST(Text, CopiesMayBeUsedByThreadsAtOnce) {
   EXPECT_EQ(wrong, std::vector<std::size_t>(4));
 }
 
-TEST(Text, WithoutMemoryNothingChanges) {
+TEST(Memory, TextsStay) {
   struct Texts {
     _bstr_t m_Text = u"kept";
     CString m_String = u"kept";

@@ -115,7 +115,7 @@ constexpr const char* Original =
 
 /// Records read from one document and written into another: whatever is not there is reported by a
 /// result or a log entry.
-TEST(RecordMemory, NothingIsLostInSilence) {
+TEST(Memory, RecordsLoseNothingInSilence) {
   std::string whole;
   test::ForEachShortage([&whole](test::Shortage& shortage) {
     ZAMXml source;
