@@ -10,8 +10,8 @@ foreach(header IN ITEMS include/ZAMXMLData.h include/zamxml/document.h include/z
 endforeach()
 file(WRITE ${WORK}/src/records/name.cpp
      "#include <cstring>\n#include \"field.h\"\n#include \"zamxml/platform/text.h\"\n")
-file(WRITE ${WORK}/src/platform/reader.cpp "#include <expat.h>\n#include <pugixml.hpp>\n")
-file(WRITE ${WORK}/src/platform/posix.cpp "#include <unistd.h>\n")
+file(WRITE ${WORK}/src/platform/reader.cpp "#include <libxml/parser.h>\n#include <pugixml.hpp>\n")
+file(WRITE ${WORK}/src/platform/posix_text.cpp "#include <iconv.h>\n")
 file(WRITE ${WORK}/tests/text.cpp "#include <ZAMXMLData.h>\n#include <unistd.h>\n")
 
 function(check result output)
@@ -35,7 +35,7 @@ foreach(
         "src/records/new.cpp|\"../changes/item.h\"|without"
         "src/records/new.cpp|<pugixml.hpp>|standard library"
         "src/document/new.cpp|<unistd.h>|standard library"
-        "src/platform/new.cpp|<unistd.h>|posix.cpp alone"
+        "src/platform/new.cpp|<unistd.h>|posix.*cpp alone"
         "src/platform/new.cpp|\"records/field.h\"|upward"
         "src/extra/new.cpp|\"records/field.h\"|no floor"
         "include/zamxml/changes.h|\"zamxml/document.h\"|upward"

@@ -8,7 +8,6 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/system.h"
 #include "platform/xml_children.h"
 #include "zamxml/platform/xml.h"
 
@@ -61,7 +60,6 @@ struct ZAMXmlDocument {
   /// Learns how a loaded document is indented.
   void LearnIndentation();
 
-  zam::FileBytes m_Source;  ///< the tree's texts point into it where they were loaded
   pugi::xml_document m_Tree;
   zam::ChildFinder m_Finder;
   bool m_Lines = true;              ///< elements stand on lines of their own
@@ -105,6 +103,9 @@ namespace zam {
 
 /// Elements are nested at most so deep, when read and when added.
 inline constexpr int MaximumDepth = 1000;
+
+/// No element has more attributes, when read and when set.
+inline constexpr int MaximumAttributes = 1000;
 
 /// The nth level: 1 for the root element, 0 for the document.
 int DepthOf(pugi::xml_node node);

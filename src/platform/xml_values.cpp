@@ -93,6 +93,13 @@ int ZAMXml::Access::SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTe
   const std::string stored = zam::StoredName(name.view());
   const std::string bytes = Stored(value, element);
   const pugi::xml_attribute known = element.attribute(stored.c_str());
+  const auto attributes = element.attributes();
+  if (!known && std::distance(attributes.begin(), attributes.end()) >= zam::MaximumAttributes) {
+    return m_Xml.Fail(zam::CodeNotAdded,
+                      _bstr_t::FromUtf8(PathOf(element, -1)) + u": the element has as many " +
+                          u"attributes as can be read again.",
+                      nullptr);
+  }
   pugi::xml_attribute attribute = known ? known : element.append_attribute(stored.c_str());
   if ((!known && !attribute.set_name(stored.c_str())) || !attribute.set_value(bytes.c_str())) {
     if (!known) {
