@@ -54,7 +54,7 @@ endfunction()
 
 function(check_library_include file include target)
   if(target STREQUAL "foreign")
-    if(file MATCHES "^src/platform/posix[a-z_]*\\.")
+    if(file MATCHES "^src/platform/posix[_a-z]*\\.")
       return()
     elseif(NOT file MATCHES "^src/platform/")
       violation(${file} ${include} "only the standard library and our own headers belong here")

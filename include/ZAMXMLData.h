@@ -9,6 +9,7 @@
 #include "zamxml/platform/array.h"
 #include "zamxml/platform/error.h"
 #include "zamxml/platform/file.h"
+#include "zamxml/platform/lock.h"
 #include "zamxml/platform/log.h"
 #include "zamxml/platform/module.h"
 #include "zamxml/platform/text.h"

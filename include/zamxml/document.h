@@ -40,8 +40,9 @@ public:
   virtual void Clear();
 
   /// Makes the document a copy of the tree, read and shown at its last state, opened without a
-  /// path. An open edit stays open: the host ends it. 0 with the document as it was when the tree
-  /// cannot be copied; closed and empty when the copy cannot be read.
+  /// path. An open edit stays open with the old values of the former document: the host ends it,
+  /// and the document's log has a warning here and at CommitModify. 0 with the document as it was
+  /// when the tree cannot be copied; closed and empty when the copy cannot be read.
   int OpenFromXML(ZAMXml& source, ZAMLog* log);
 
   /// The number of modifications.
@@ -77,9 +78,10 @@ public:
                                               const ZAMXMLStatement& list);
 
   /// Appends the item to the pending modification, which then owns it, and returns its index. -1
-  /// leaves it the caller's: no modification is pending, the item is null, or its type is none of
-  /// string, name and statement (the log then says so: such an item could not be stored, and what
-  /// could be stored of it would wipe the value that it names).
+  /// leaves it the caller's: no modification is pending, or the item is null.
+  /// A change of a whole name or list that names an attribute gets the whole as its old value, with
+  /// a warning in the document's log: that is what undo writes back. A "^" in one of the texts gets
+  /// a warning too: such a text comes back cut there.
   int AddChangeItem(ZAMXMLChangeItem* item);
   /// Create and append in one step; the index, or -1 with nothing added.
   int AddChangeItem(const _bstr_t& code, const _bstr_t& node, const _bstr_t& attribute,
@@ -88,10 +90,12 @@ public:
   int AddChangeItemStatement(const _bstr_t& code, const _bstr_t& node, const ZAMXMLStatement& list);
 
   /// Stamps the pending modification with the local date and time, appends it to the history and
-  /// ends the edit. What is shown does not change. 0 when no modification is pending; 0, with the
-  /// reason in the document's log, when the tree has no place for the list: the modification is
-  /// then in the list and the snapshot stays open. After an exception GetHistoryCount tells whether
-  /// the modification is in the history; if it is, it is stored with it.
+  /// ends the edit. A change whose type is none of string, name and statement cannot be stored: it
+  /// is left out, with a warning in the document's log. What is shown does not change. 0 when no
+  /// modification is pending; 0, with the reason in the document's log, when the tree has no place
+  /// for the list: the modification is then in the list and the snapshot stays open. After an
+  /// exception GetHistoryCount tells whether the modification is in the history; if it is, it is
+  /// stored with it.
   int CommitModify();
   /// Ends the edit: drops the snapshot and the pending modification with its items.
   void CancelModify();
@@ -132,12 +136,14 @@ protected:
   virtual int OnReadNonStandard(ZAMXml& xml, ZAMLog* log);
 
   /// Writes a template to the path that is being saved to and returns nonzero, or returns 0: none.
-  /// Asked when the tree is built from the records. Default 0. When the save fails later, the file
-  /// that stood at the path comes back, unless the template was written into it in place.
+  /// Asked when the tree is built from the records; m_Xml is the former tree then, so that a host
+  /// can save its own sections to the path. Default 0. When the save fails later, the file that was
+  /// at the path comes back, unless the template was written into it in place.
   virtual int OnCopyXMLTemplate(const _bstr_t& path);
 
   /// Write one section each, creating its element when it is missing; 0 ends the writing.
-  /// OnWriteModification writes nothing when there are no modifications.
+  /// OnWriteModification writes nothing when there are no modifications. A host that overrides it
+  /// and writes nothing either keeps the history out of this save and every later one of the tree.
   virtual int OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWritePatientInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWriteOrderInfo(ZAMXml& xml, ZAMLog* log);
@@ -172,18 +178,35 @@ protected:
 
 private:
   class ZAMXML_LOCAL Rebuild;
+  class ZAMXML_LOCAL KeptPaths;
 
   int ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log);
-  int BuildTree(const _bstr_t& path, ZAMLog* log);
+  int BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log);
   int SaveOriginal(const _bstr_t& path, ZAMLog* log);
+  _bstr_t SectionsMissing(ZAMXml& former);
+  int Show(int position);
   void MoveTree(int position);
+  void RestoreList();
   int RereadRecords(int position);
+  int TakeSnapshot();
   int SaveSnapshot(const _bstr_t& path);
   void PrepareSnapshot(int count);
   void CloseSnapshot();
   int AddCreated(ZAMXMLChangeItem* created);
+  template <class Record>
+  void CheckWholeRecord(ZAMXMLChangeItem& item);
+  void LeaveOutUnstorable();
+  int StoreList();
   void RecordError(int type, int code, const _bstr_t& message);
+  int Refuse(int code, const _bstr_t& message, ZAMLog* log);
+  int RefuseReplaced(ZAMLog* log);
+  int FailWithoutMemory(ZAMLog* log) noexcept;
+  void WarnOfDropped(const _bstr_t& sections);
+  void WarnOfSeparator(const _bstr_t& node, bool held);
+  void WarnOfForeignEdit();
 
   std::string m_SnapshotCopy;  ///< path of the snapshot's second copy, in UTF-8
   int m_nStale = 0;            ///< nonzero when tree or records may not be what m_nHistory says
+  int m_nWithheld = 0;         ///< nonzero when no hook wrote the list into the tree
+  int m_nForeignEdit = 0;      ///< nonzero when the open edit was begun on a former document
 };

@@ -32,7 +32,7 @@ int ZAMXMLModification::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog
   return zam::RunGuarded(xml, element, log, [&] {
     zam::ReadingFields fields(xml, element, log);
     Fields(*this, fields);
-    IXMLDOMNodePtr changes = xml.GetChildNode(element, u"Changes", 0);
+    IXMLDOMNodePtr changes = fields.Child(u"Changes");
     zam::ReadEntries(m_Changes, xml, changes, u"Item", log);
     changes.Release();
     return 1;
@@ -43,10 +43,9 @@ int ZAMXMLModification::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog*
   return zam::RunGuarded(xml, element, log, [&] {
     zam::WritingFields fields(xml, element, log);
     Fields(*this, fields);
-    IXMLDOMNodePtr changes = zam::FindOrAddChild(xml, element, u"Changes");
+    const IXMLDOMNodePtr changes = fields.Child(u"Changes");
     xml.RemoveChildNodeAll(changes);
     zam::WriteEntries(m_Changes, xml, changes, u"Item", log);
-    changes.Release();
     return 1;
   });
 }

@@ -1,5 +1,7 @@
 #include <string_view>
 
+#include "changes/value_encoding.h"
+#include "platform/xml_fields.h"
 #include "records/name_fields.h"
 #include "zamxml/changes.h"
 
@@ -33,13 +35,25 @@ private:
 
 class FoldingFields : public FoldingText {
 public:
-  void Text(ZAMTextView, const _bstr_t& value) { Append(value); }
+  void Text(const zam::FieldName&, const _bstr_t& value) { Append(value); }
+};
+
+/// Looks for the separator in texts.
+class SearchingFields {
+public:
+  void Text(const zam::FieldName&, const _bstr_t& value) {
+    m_Found = m_Found || value.view().find(Separator) != std::u16string_view::npos;
+  }
+  bool Found() const { return m_Found; }
+
+private:
+  bool m_Found = false;
 };
 
 class UnfoldingFields {
 public:
   explicit UnfoldingFields(std::u16string_view folded) : m_Rest(folded) {}
-  void Text(ZAMTextView, _bstr_t& value) { value = CutPiece(m_Rest); }
+  void Text(const zam::FieldName&, _bstr_t& value) { value = CutPiece(m_Rest); }
 
 private:
   std::u16string_view m_Rest;
@@ -79,4 +93,19 @@ void ZAMXMLChangeItem::DecodeXMLStatement(const _bstr_t& text, ZAMXMLStatement& 
       list.AddStatement(piece);
     }
   }
+}
+
+bool zam::HoldsSeparator(const ZAMXMLName& name) {
+  SearchingFields fields;
+  NameFields(name, fields);
+  return fields.Found();
+}
+
+bool zam::HoldsSeparator(const ZAMXMLStatement& list) {
+  SearchingFields fields;
+  _bstr_t entry;
+  for (int index = 0; list.GetStatement(index, entry) != 0; ++index) {
+    fields.Text(u"Statement", entry);
+  }
+  return fields.Found();
 }

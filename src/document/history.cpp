@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "document/memory.h"
+#include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "zamxml/document.h"
@@ -42,9 +42,8 @@ int ZAMXMLFile::SetHistory(int position) {
   if (position == m_nHistory && m_nStale == 0) {
     return 1;
   }
-  m_nHistory = std::max(m_nHistory, -1);
-  MoveTree(position);
-  if (RereadRecords(position) == 0) {
+  const zam::WarningScope warnings(m_Xml, this);
+  if (!m_Xml.GetNode(zam::RootPath) || Show(position) == 0) {
     RecordError(ZAM_LOG_TYPE_FATAL, zam::CodeTreeNotReread, u"Fail to open temporary XML file.");
     return 0;
   }
@@ -52,23 +51,25 @@ int ZAMXMLFile::SetHistory(int position) {
   return 1;
 }
 
+int ZAMXMLFile::Show(int position) {
+  m_nHistory = std::max(m_nHistory, -1);
+  MoveTree(position);
+  return RereadRecords(position);
+}
+
 /// A move that was interrupted leaves the tree somewhere below the higher of its two positions.
 /// Undoing every modification from there on brings back the original content, whichever of them had
 /// been applied: so that position is kept, and the next move goes by way of the original.
 void ZAMXMLFile::MoveTree(int position) {
   const int highest = std::max(m_nHistory, position);
-  m_Xml.ClearLog();
+  const zam::MemoryWatch memory(m_Xml);
   try {
     if (m_nStale != 0) {
-      if (ZAMXMLFile::OnWriteModification(m_Xml, nullptr) == 0) {
-        throw _com_error(E_OUTOFMEMORY);
-      }
+      RestoreList();
       _SetHistory(m_Xml, -1);
     }
     _SetHistory(m_Xml, position);
-    if (zam::RanOutOfMemory(m_Xml)) {
-      throw _com_error(E_OUTOFMEMORY);
-    }
+    memory.RequireEnough();
   } catch (...) {
     m_nHistory = highest;
     m_nStale = 1;
@@ -76,27 +77,45 @@ void ZAMXMLFile::MoveTree(int position) {
   }
 }
 
+/// Makes the tree hold the list in memory, which is the whole history.
+void ZAMXMLFile::RestoreList() {
+  const zam::MemoryWatch memory(m_Xml);
+  if (m_nWithheld == 0) {
+    ZAMXMLFile::OnWriteModification(m_Xml, nullptr);
+  }
+  memory.RequireEnough();
+}
+
 /// The list in memory is the whole history; a reading that fails must not shorten it.
 int ZAMXMLFile::RereadRecords(int position) {
   ZAMXMLModificationGroup kept;
   std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
   m_nStale = 1;
+  const unsigned int session = Session();
   const auto putBack = [&] {
-    std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
-    m_nHistory = position;
-  };
-  try {
-    if (_ReadFromXML(m_Xml, 0, nullptr) == 0 || !IsWhole(m_Modifications, kept)) {
-      putBack();
-      return 0;
+    // A hook may have closed the document, or opened another.
+    if (session == Session()) {
+      std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
+      m_nHistory = position;
     }
+  };
+  bool whole = false;
+  try {
+    whole = _ReadFromXML(m_Xml, 0, nullptr) != 0;
   } catch (...) {
     putBack();
     throw;
   }
-  m_nHistory = position;
-  m_nStale = 0;
-  return 1;
+  const bool withheld = m_nWithheld != 0 && m_Modifications.GetCount() == 0;
+  whole = whole && session == Session() && (withheld || IsWhole(m_Modifications, kept));
+  if (!whole || withheld) {
+    putBack();
+  }
+  if (whole) {
+    m_nHistory = position;
+    m_nStale = 0;
+  }
+  return whole ? 1 : 0;
 }
 
 int ZAMXMLFile::SetHistoryToOriginal() { return SetHistory(-1); }

@@ -1,3 +1,4 @@
+#include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "zamxml/document.h"
@@ -17,12 +18,15 @@ ZAMXMLFile::~ZAMXMLFile() {
 
 void ZAMXMLFile::SetDefaultDocInfo(const _bstr_t& id, const _bstr_t& type, const _bstr_t& version,
                                    const _bstr_t& author, const _bstr_t& application) {
-  m_DefaultDocInfo.Clear();
-  m_DefaultDocInfo.m_ID = id;
-  m_DefaultDocInfo.m_Type = type;
-  m_DefaultDocInfo.m_Version = version;
-  m_DefaultDocInfo.m_Author = author;
-  m_DefaultDocInfo.m_Application = application;
+  // Made apart: the texts may be those of the header that is replaced.
+  ZAMXMLDocumentInfo header;
+  header.Clear();
+  header.m_ID = id;
+  header.m_Type = type;
+  header.m_Version = version;
+  header.m_Author = author;
+  header.m_Application = application;
+  m_DefaultDocInfo = header;
 }
 
 void ZAMXMLFile::Clear() {
@@ -38,6 +42,7 @@ int ZAMXMLFile::OnFileNew(ZAMLog* log) {
   CancelModify();
   Clear();
   m_nStale = 0;
+  m_nWithheld = 0;
   return m_Xml.New(log);
 }
 
@@ -47,6 +52,7 @@ void ZAMXMLFile::OnFileClose() {
   Clear();
   m_nHistory = -1;
   m_nStale = 0;
+  m_nWithheld = 0;
 }
 
 int ZAMXMLFile::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
@@ -61,16 +67,25 @@ int ZAMXMLFile::OpenFromXML(ZAMXml& source, ZAMLog* log) {
     return 0;
   }
   m_strFilePath.Empty();
-  return OpenOrClose([&] { return ReadOpenedTree(u"ZAMXMLFile::OpenFromXML", __LINE__, log); });
+  const int opened =
+      OpenOrClose([&] { return ReadOpenedTree(u"ZAMXMLFile::OpenFromXML", __LINE__, log); });
+  if (opened != 0 && m_CloneXml.IsOpened() != 0) {
+    m_nForeignEdit = 1;
+    WarnOfForeignEdit();
+  }
+  return opened;
 }
 
 int ZAMXMLFile::ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log) {
   m_nStale = 0;
+  m_nWithheld = 0;
+  const zam::WarningScope warnings(m_Xml, log != nullptr ? log : this);
   if (m_Xml.GetNode(zam::RootPath)) {
     return _ReadFromXML(m_Xml, 1, log);
   }
-  if (OnOpenCompatible(m_Xml, log) != 0) {
-    return 1;
+  const zam::MemoryWatch memory(m_Xml);
+  if (const int accepted = OnOpenCompatible(m_Xml, log); accepted != 0) {
+    return memory.RanShort() ? FailWithoutMemory(log) : accepted;
   }
   SetLog_ZAMError(0, zam::CodeNotFound, u"Unknown XML file", u"ZAMXMLFile", function, line, 0);
   SafeLogCopy(log);
@@ -81,4 +96,17 @@ int ZAMXMLFile::OnOpenCompatible(ZAMXml& /*xml*/, ZAMLog* /*log*/) { return 0; }
 
 void ZAMXMLFile::RecordError(int type, int code, const _bstr_t& message) {
   SetLog(type, 0, code, ZAMGF::ZAMErrorString(code), message, 1);
+}
+
+int ZAMXMLFile::Refuse(int code, const _bstr_t& message, ZAMLog* log) {
+  RecordError(ZAM_LOG_TYPE_ERROR, code, message);
+  if (log != nullptr && log != this) {
+    log->SetLog(ZAM_LOG_TYPE_ERROR, 0, code, ZAMGF::ZAMErrorString(code), message, 1);
+  }
+  return 0;
+}
+
+int ZAMXMLFile::FailWithoutMemory(ZAMLog* log) noexcept {
+  zam::RecordNoMemory(log != nullptr ? *log : *this, ZAM_LOG_CATEGORY_DOCUMENT);
+  return 0;
 }

@@ -1,5 +1,6 @@
-#include "document/memory.h"
+#include "document/road.h"
 #include "document/sections.h"
+#include "platform/codes.h"
 #include "zamxml/document.h"
 
 namespace {
@@ -21,8 +22,8 @@ int ReadSection(ZAMXml& xml, ZAMTextView path, Record& record, int whenAbsent, Z
 }  // namespace
 
 int ZAMXMLFile::_ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log) {
+  const zam::MemoryWatch memory(xml);
   Clear();
-  xml.ClearLog();
   if (!xml.GetNode(zam::RootPath)) {
     SetLog_Warring(ZAM_LOG_CATEGORY_DOCUMENT, u"Unknown XML file", u"[KESTRANE_ZAM] is not exist",
                    0);
@@ -39,7 +40,10 @@ int ZAMXMLFile::_ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log) {
       OnReadStudyInfo(xml, log) == 0 || OnReadNonStandard(xml, log) == 0) {
     return 0;
   }
-  return zam::RanOutOfMemory(xml) ? 0 : 1;
+  if (memory.RanShort()) {
+    return FailWithoutMemory(log);
+  }
+  return 1;
 }
 
 int ZAMXMLFile::OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "changes/value_encoding.h"
+#include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "platform/system.h"
@@ -72,24 +74,40 @@ bool CanBeStored(ZAMXML_VTYPE type) {
 
 }  // namespace
 
-int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName) {
-  CancelModify();
-  const int count = GetHistoryCount();
-  const _bstr_t path = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(),
-                                       ZAMGF::MakeDateTimeFileName(u"ZAMRE_", u"_temp", u"xml"));
-  try {
-    {
-      const TemporaryFile snapshot(path);
-      if (SaveSnapshot(path) == 0) {
-        RecordError(ZAM_LOG_TYPE_ERROR, zam::CodeNoTemporaryFile, u"Fail to create temporary file");
-        return 0;
-      }
-      if (m_CloneXml.Open(path, nullptr) == 0) {
-        CancelModify();
-        return 0;
-      }
+/// The paths of a document and its tree while it is saved to another one. They come back, unless a
+/// hook has closed the document or put something else in its place.
+class ZAMXMLFile::KeptPaths {
+public:
+  explicit KeptPaths(ZAMXMLFile& document)
+      : m_Document(document),
+        m_Session(document.Session()),
+        m_DocumentPath(document.m_strFilePath),
+        m_TreePath(document.m_Xml.m_strFilePath) {}
+  KeptPaths(const KeptPaths&) = delete;
+  KeptPaths& operator=(const KeptPaths&) = delete;
+  ~KeptPaths() {
+    if (m_Session == m_Document.Session()) {
+      std::swap(m_Document.m_strFilePath, m_DocumentPath);
+      std::swap(m_Document.m_Xml.m_strFilePath, m_TreePath);
     }
-    PrepareSnapshot(count);
+  }
+
+private:
+  ZAMXMLFile& m_Document;
+  unsigned int m_Session;
+  CString m_DocumentPath;
+  CString m_TreePath;
+};
+
+int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName) {
+  // Copies: the texts may be those of a record or modification that is read again meanwhile.
+  const std::array<_bstr_t, 3> texts{uid, userID, userName};
+  CancelModify();
+  try {
+    if (TakeSnapshot() == 0) {
+      CancelModify();
+      return 0;
+    }
   } catch (...) {
     CancelModify();
     throw;
@@ -100,33 +118,46 @@ int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bs
     CancelModify();
     return 0;
   }
-  m_pModification->m_UID = uid;
-  m_pModification->m_UserID = userID;
-  m_pModification->m_UserName = userName;
+  m_pModification->m_UID = texts[0];
+  m_pModification->m_UserID = texts[1];
+  m_pModification->m_UserName = texts[2];
+  return 1;
+}
+
+int ZAMXMLFile::TakeSnapshot() {
+  const int count = GetHistoryCount();
+  const _bstr_t path = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(),
+                                       ZAMGF::MakeDateTimeFileName(u"ZAMRE_", u"_temp", u"xml"));
+  {
+    const TemporaryFile snapshot(path);
+    if (SaveSnapshot(path) == 0) {
+      RecordError(ZAM_LOG_TYPE_ERROR, zam::CodeNoTemporaryFile, u"Fail to create temporary file");
+      return 0;
+    }
+    CancelModify();  // a hook may have begun an edit
+    if (m_CloneXml.Open(path, nullptr) == 0) {
+      return 0;
+    }
+  }
+  PrepareSnapshot(count);
   return 1;
 }
 
 int ZAMXMLFile::SaveSnapshot(const _bstr_t& path) {
-  int saved = 0;
-  {
-    const Restored documentPath(m_strFilePath);
-    const Restored treePath(m_Xml.m_strFilePath);
-    const TransientSaves transient(m_Xml);
-    saved = SaveAs(path, nullptr);
-  }
-  // A host may have closed the document in OnHistoryChanged.
-  if (IsOpened() == 0) {
-    m_strFilePath.Empty();
-    return 0;
-  }
-  return saved;
+  const unsigned int session = Session();
+  const KeptPaths paths(*this);
+  const TransientSaves transient(m_Xml);
+  const int saved = SaveAs(path, nullptr);
+  return session == Session() ? saved : 0;
 }
 
 void ZAMXMLFile::PrepareSnapshot(int count) {
   if (count > 0) {
+    const zam::MemoryWatch memory(m_CloneXml);
     const Restored shown(m_nHistory);
     m_nHistory = -1;
     _SetHistory(m_CloneXml, count - 1);
+    memory.RequireEnough();
   }
   const _bstr_t copy = ZAMGF::MakePath(ZAMGF::GetSystemTempDir(), u"Clone.xml");
   m_SnapshotCopy = copy.utf8();
@@ -134,6 +165,7 @@ void ZAMXMLFile::PrepareSnapshot(int count) {
 }
 
 void ZAMXMLFile::CloseSnapshot() {
+  m_nForeignEdit = 0;
   m_CloneXml.Close();
   zam::RemoveFile(m_SnapshotCopy);
   m_SnapshotCopy.clear();
@@ -149,25 +181,28 @@ int ZAMXMLFile::GetOldValue(const _bstr_t& node, const _bstr_t& attribute, ZAMXM
   if (m_CloneXml.IsOpened() == 0) {
     return 0;
   }
-  result = u"";
   const IXMLDOMNodePtr root = m_CloneXml.GetNode(zam::RootPath);
   IXMLDOMNodePtr element = m_CloneXml.GetChildNode(root, node);
+  // Set last: the result may be one of the arguments.
+  _bstr_t value = u"";
   if (!element) {
+    result = value;
     return 1;
   }
   if (attribute.length() != 0) {
-    m_CloneXml.GetNodeAttribute(element, attribute, result);
+    m_CloneXml.GetNodeAttribute(element, attribute, value);
   } else if (type == ZAMXML_VTYPE_NAME) {
     ZAMXMLName name;
     RequireRead(name.ReadFromXML(m_CloneXml, element, nullptr));
-    ZAMXMLChangeItem::EncodeXMLName(name, result);
+    ZAMXMLChangeItem::EncodeXMLName(name, value);
   } else if (type == ZAMXML_VTYPE_STATEMENT) {
     ZAMXMLStatement list;
     RequireRead(list.ReadFromXML(m_CloneXml, element, nullptr));
-    ZAMXMLChangeItem::EncodeXMLStatement(list, result);
+    ZAMXMLChangeItem::EncodeXMLStatement(list, value);
   } else {
-    m_CloneXml.GetNodeText(element, result);
+    m_CloneXml.GetNodeText(element, value);
   }
+  result = value;
   return 1;
 }
 
@@ -201,6 +236,7 @@ ZAMXMLChangeItem* ZAMXMLFile::CreateChangeItem(const _bstr_t& code, const _bstr_
 
 ZAMXMLChangeItem* ZAMXMLFile::CreateChangeItemName(const _bstr_t& code, const _bstr_t& node,
                                                    const ZAMXMLName& name) {
+  WarnOfSeparator(node, zam::HoldsSeparator(name));
   _bstr_t text;
   ZAMXMLChangeItem::EncodeXMLName(name, text);
   return CreateChangeItem(code, node, u"", ZAMXML_VTYPE_NAME, text);
@@ -208,6 +244,7 @@ ZAMXMLChangeItem* ZAMXMLFile::CreateChangeItemName(const _bstr_t& code, const _b
 
 ZAMXMLChangeItem* ZAMXMLFile::CreateChangeItemStatement(const _bstr_t& code, const _bstr_t& node,
                                                         const ZAMXMLStatement& list) {
+  WarnOfSeparator(node, zam::HoldsSeparator(list));
   _bstr_t text;
   ZAMXMLChangeItem::EncodeXMLStatement(list, text);
   return CreateChangeItem(code, node, u"", ZAMXML_VTYPE_STATEMENT, text);
@@ -217,12 +254,48 @@ int ZAMXMLFile::AddChangeItem(ZAMXMLChangeItem* item) {
   if (m_pModification == nullptr || item == nullptr) {
     return -1;
   }
-  if (!CanBeStored(item->m_ValueType)) {
-    SetLog_Warring(ZAM_LOG_CATEGORY_DOCUMENT, u"A change of an unknown value type was refused.",
-                   item->m_Node, 0);
-    return -1;
+  if (item->m_ValueType == ZAMXML_VTYPE_NAME) {
+    CheckWholeRecord<ZAMXMLName>(*item);
+  } else if (item->m_ValueType == ZAMXML_VTYPE_STATEMENT) {
+    CheckWholeRecord<ZAMXMLStatement>(*item);
   }
   return m_pModification->m_Changes.Add(item);
+}
+
+/// Undo writes the old value over the whole record, whatever attribute the change names.
+template <class Record>
+void ZAMXMLFile::CheckWholeRecord(ZAMXMLChangeItem& item) {
+  if (item.m_Attribute.length() != 0 &&
+      GetOldValue(item.m_Node, u"", item.m_ValueType, item.m_OldValue) != 0) {
+    SetLog_Warring(
+        ZAM_LOG_CATEGORY_DOCUMENT,
+        u"A change of a whole name or list names an attribute. It changes the whole, and "
+        u"its old value is that of the whole.",
+        item.m_Node + u"@" + item.m_Attribute, 0);
+  }
+  IXMLDOMNodePtr element = m_CloneXml.GetChildNode(m_CloneXml.GetNode(zam::RootPath), item.m_Node);
+  Record record;
+  if (element) {
+    RequireRead(record.ReadFromXML(m_CloneXml, element, nullptr));
+  }
+  WarnOfSeparator(item.m_Node, zam::HoldsSeparator(record));
+}
+
+void ZAMXMLFile::WarnOfSeparator(const _bstr_t& node, bool held) {
+  if (held) {
+    SetLog_Warring(
+        ZAM_LOG_CATEGORY_DOCUMENT,
+        u"A text holds \"^\", which joins the texts of a change: it comes back cut there.", node,
+        0);
+  }
+}
+
+void ZAMXMLFile::WarnOfForeignEdit() {
+  SetLog_Warring(
+      ZAM_LOG_CATEGORY_DOCUMENT,
+      u"The open edit was begun on the document that was open before: its old values are "
+      u"those of that document.",
+      nullptr, 0);
 }
 
 int ZAMXMLFile::AddCreated(ZAMXMLChangeItem* created) {
@@ -253,14 +326,41 @@ int ZAMXMLFile::CommitModify() {
   if (m_pModification == nullptr) {
     return 0;
   }
+  const zam::WarningScope warnings(m_Xml, this);
+  LeaveOutUnstorable();
+  if (m_nForeignEdit != 0) {
+    WarnOfForeignEdit();
+  }
   const std::tm now = zam::LocalTime();
   m_pModification->m_Date = Formatted(now, "%Y-%m-%d");
   m_pModification->m_Time = Formatted(now, "%H:%M:%S");
-  ZAMLog failures;
   m_Modifications.m_ModificationList.Add(m_pModification.get());
   m_pModification.release();
-  // Until the list stands in the tree, however this ends: the next move of the history writes it.
+  if (m_nWithheld == 0 && StoreList() == 0) {
+    return 0;
+  }
+  CloseSnapshot();
+  return 1;
+}
+
+/// Stored, a change without a value type would come back as an empty text and wipe what it names.
+void ZAMXMLFile::LeaveOutUnstorable() {
+  auto& changes = m_pModification->m_Changes;
+  for (int index = changes.GetCount() - 1; index >= 0; --index) {
+    if (!CanBeStored(changes[index]->m_ValueType)) {
+      SetLog_Warring(ZAM_LOG_CATEGORY_DOCUMENT,
+                     u"A change of an unknown value type was left out of the modification.",
+                     changes[index]->m_Node, 0);
+      delete changes[index];
+      changes.RemoveAt(index);
+    }
+  }
+}
+
+int ZAMXMLFile::StoreList() {
+  // Until the tree holds the list, however this ends: the next move of the history writes it.
   const int stale = std::exchange(m_nStale, 1);
+  const zam::MemoryWatch memory(m_Xml);
   IXMLDOMNodePtr section = m_Xml.GetNode(zam::ModificationsPath);
   if (!section) {
     section = m_Xml.AddNode(zam::ModificationsPath, nullptr);
@@ -269,10 +369,10 @@ int ZAMXMLFile::CommitModify() {
     m_Xml.SafeLogCopy(this);
     return 0;
   }
+  ZAMLog failures;
   m_Modifications.WriteToXML(m_Xml, section, &failures);
-  if (failures.GetLogCount() == 0) {
+  if (failures.GetLogCount() == 0 && !memory.RanShort()) {
     m_nStale = stale;
   }
-  CloseSnapshot();
   return 1;
 }

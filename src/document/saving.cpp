@@ -1,3 +1,6 @@
+#include <set>
+
+#include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "platform/system.h"
@@ -21,86 +24,176 @@ int WriteSection(ZAMXml& xml, ZAMTextView path, Record& record, ZAMLog* log) {
 
 }  // namespace
 
-/// What a document was before its tree is built from the records: it comes back, unless the tree
-/// that was built has been saved.
+/// What a document was before its tree is built from the records. It comes back unless the tree
+/// that was built is saved, or a hook has put something else in its place.
 class ZAMXMLFile::Rebuild {
 public:
-  explicit Rebuild(ZAMXMLFile& document)
+  Rebuild(ZAMXMLFile& document, bool hasRoot)
       : m_Document(document),
+        m_HasRoot(hasRoot),
+        m_Session(document.Session()),
         m_ID(document.m_DocInfo.m_ID),
         m_Version(document.m_DocInfo.m_Version),
-        m_nHistory(document.m_nHistory) {
+        m_nHistory(document.m_nHistory),
+        m_nWithheld(document.m_nWithheld) {
     m_Former.Swap(document.m_Xml);
   }
   Rebuild(const Rebuild&) = delete;
   Rebuild& operator=(const Rebuild&) = delete;
-  ~Rebuild() {
-    if (!m_Saved) {
-      m_Former.Swap(m_Document.m_Xml);
-      m_Document.m_DocInfo.m_ID = m_ID;
-      m_Document.m_DocInfo.m_Version = m_Version;
-      if (m_Document.m_nHistory != m_nHistory) {
-        m_Document.m_nHistory = m_nHistory;
-        m_Document.m_nStale = 1;
-      }
+  ~Rebuild() { GiveBack(); }
+
+  ZAMXml& Former() noexcept { return m_Former; }
+  void Saved() noexcept { m_Done = true; }
+
+  void GiveBack() noexcept {
+    // Once the records of a new document could not be read again, only the new tree has them.
+    if (m_Done || m_Session != m_Document.Session() || (!m_HasRoot && m_Document.m_nStale != 0)) {
+      return;
+    }
+    m_Done = true;
+    m_Former.Swap(m_Document.m_Xml);
+    m_Document.m_DocInfo.m_ID = m_ID;
+    m_Document.m_DocInfo.m_Version = m_Version;
+    m_Document.m_nWithheld = m_nWithheld;
+    if (m_HasRoot && m_Document.m_nHistory != m_nHistory) {
+      m_Document.m_nHistory = m_nHistory;
+      m_Document.m_nStale = 1;
     }
   }
-
-  void Saved() noexcept { m_Saved = true; }
 
 private:
   ZAMXMLFile& m_Document;
   ZAMXml m_Former;
+  bool m_HasRoot;
+  unsigned int m_Session;
   _bstr_t m_ID;
   _bstr_t m_Version;
   int m_nHistory;
-  bool m_Saved = false;
+  int m_nWithheld;
+  bool m_Done = false;
 };
 
 int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
-  if (m_Xml.GetNode(zam::RootPath) && m_DocInfo.m_ID == m_DefaultDocInfo.m_ID) {
+  const zam::WarningScope warnings(m_Xml, log != nullptr ? log : this);
+  const bool hasRoot = static_cast<bool>(m_Xml.GetNode(zam::RootPath));
+  if (hasRoot && m_DocInfo.m_ID == m_DefaultDocInfo.m_ID) {
     return SaveOriginal(path, log);
   }
+  const unsigned int session = Session();
   // Records that could not be read after a move of the history must not become the document.
-  if (m_nStale != 0 && SetHistory(m_nHistory) == 0) {
+  if (hasRoot && m_nStale != 0 && SetHistory(m_nHistory) == 0) {
     SafeLogCopy(log);
     return 0;
   }
   zam::KeptFile replaced(path.utf8());
-  Rebuild rebuild(*this);
-  if (BuildTree(path, log) == 0 || SaveOriginal(path, log) == 0) {
-    return 0;
+  const bool copied = OnCopyXMLTemplate(path) != 0;
+  if (session != Session()) {
+    return RefuseReplaced(log);
   }
-  rebuild.Saved();
-  replaced.Forget();
-  return 1;
+  Rebuild rebuild(*this, hasRoot);
+  if (BuildTree(copied, path, log) != 0) {
+    const _bstr_t dropped = SectionsMissing(rebuild.Former());
+    if (SaveOriginal(path, log) != 0) {
+      rebuild.Saved();
+      replaced.Forget();
+      WarnOfDropped(dropped);
+      return 1;
+    }
+  }
+  const int shown = m_nHistory;
+  rebuild.GiveBack();
+  if (session == Session() && hasRoot && m_nStale != 0) {
+    Show(shown);  // a hook has moved the history
+  }
+  return 0;
 }
 
-int ZAMXMLFile::BuildTree(const _bstr_t& path, ZAMLog* log) {
-  const int started = OnCopyXMLTemplate(path) != 0
+int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, ZAMLog* log) {
+  const zam::MemoryWatch memory(m_Xml);
+  const unsigned int session = Session();
+  const int started = fromTemplate
                           ? m_Xml.Open(path, log)
                           : m_Xml.New(nullptr) != 0 && m_Xml.CreateRoot(zam::RootPath) != 0;
   if (started == 0) {
     m_Xml.SafeLogCopy(this);
     return 0;
   }
-  return _WriteToXML(m_Xml, log);
+  const int written = _WriteToXML(m_Xml, log != nullptr ? log : this);
+  if (session != Session()) {
+    return RefuseReplaced(log);
+  }
+  if (memory.RanShort()) {
+    return Refuse(zam::CodeNoMemory, u"The document was not built whole.", log);
+  }
+  m_nWithheld = GetHistoryCount() > 0 && !m_Xml.GetNode(zam::ModificationsPath) ? 1 : 0;
+  return written;
 }
 
 int ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
+  const unsigned int session = Session();
   const int shown = m_nHistory;
   SetHistoryToOriginal();
+  if (session != Session()) {
+    return RefuseReplaced(log);
+  }
   if (m_nHistory > -1) {
-    RecordError(ZAM_LOG_TYPE_ERROR, zam::CodeNotWritten,
-                u"The history was moved while the document was being saved.");
-    return 0;
+    return Refuse(zam::CodeNotWritten, u"The history was moved while the document was being saved.",
+                  log);
+  }
+  if (m_nStale != 0) {
+    RestoreList();
   }
   const int saved = m_Xml.SaveAs(path, log);
   if (saved == 0) {
     m_Xml.SafeLogCopy(this);
   }
-  SetHistory(shown);
+  const zam::MemoryWatch memory(m_Xml);
+  if (SetHistory(shown) == 0 && session == Session() && memory.RanShort()) {
+    return Refuse(zam::CodeNoMemory,
+                  saved != 0 ? u"The document is saved, but it cannot be shown again."
+                             : u"The document cannot be shown again.",
+                  log);
+  }
   return saved != 0 ? 1 : 0;
+}
+
+int ZAMXMLFile::RefuseReplaced(ZAMLog* log) {
+  return Refuse(zam::CodeNotWritten,
+                u"The document was closed or replaced while it was being saved.", log);
+}
+
+/// The sections of the former tree that the new one does not have, joined by ", ". An empty list of
+/// modifications is no loss.
+_bstr_t ZAMXMLFile::SectionsMissing(ZAMXml& former) {
+  std::set<_bstr_t> present{u"Modifications"};
+  const auto collect = [&present](ZAMXml& xml) {
+    CString added;
+    for (auto section = xml.GetFirstChildNode(xml.GetNode(zam::RootPath)); section;
+         section = xml.GetNextNode(section)) {
+      const _bstr_t name = xml.GetNodeName(section);
+      if (present.insert(name).second) {
+        added += added.IsEmpty() ? u"" : u", ";
+        added += name;
+      }
+    }
+    return _bstr_t(added);
+  };
+  const auto hasHistory = [](ZAMXml& xml) {
+    return static_cast<bool>(xml.GetFirstChildNode(xml.GetNode(zam::ModificationsPath)));
+  };
+  if (hasHistory(former) && !hasHistory(m_Xml)) {
+    present.clear();
+  }
+  collect(m_Xml);
+  return collect(former);
+}
+
+void ZAMXMLFile::WarnOfDropped(const _bstr_t& sections) {
+  if (sections.length() != 0) {
+    SetLog_Warring(ZAM_LOG_CATEGORY_DOCUMENT,
+                   u"The document was built anew from its records. What no hook writes is gone.",
+                   sections, 0);
+  }
 }
 
 int ZAMXMLFile::_WriteToXML(ZAMXml& xml, ZAMLog* log) {

@@ -1,5 +1,7 @@
 #pragma once
 
+class ZAMLog;
+
 /// The error codes that logs carry; ZAMGF::ZAMErrorString has a sentence for each.
 namespace zam {
 
@@ -10,6 +12,10 @@ inline constexpr int CodeNotWritten = -2002;
 inline constexpr int CodeNoTemporaryFile = -2003;
 inline constexpr int CodeNotWellFormed = -2004;
 inline constexpr int CodeNotAdded = -2005;
+inline constexpr int CodeNotLocked = -2006;
 inline constexpr int CodeTreeNotReread = -2009;
+
+/// Records CodeNoMemory; without its sentence, if there is no memory for that.
+void RecordNoMemory(ZAMLog& log, int category) noexcept;
 
 }  // namespace zam

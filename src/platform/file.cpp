@@ -9,18 +9,27 @@ ZAMFile::ZAMFile() = default;
 ZAMFile::~ZAMFile() = default;
 
 void ZAMFile::Close() {
+  ++m_Session;
   m_nOpened = 0;
   m_strFilePath.Empty();
   OnFileClose();
 }
 
 int ZAMFile::OpenOrClose(const std::function<int()>& step) {
+  const unsigned int session = ++m_Session;
+  int result = 0;
   try {
-    m_nOpened = step() != 0 ? 1 : 0;
+    result = step();
   } catch (...) {
-    Close();
+    if (session == m_Session) {
+      Close();
+    }
     throw;
   }
+  if (session != m_Session) {
+    return 0;  // a hook has closed it or opened something else
+  }
+  m_nOpened = result != 0 ? 1 : 0;
   if (m_nOpened == 0) {
     Close();
   }
@@ -33,11 +42,13 @@ int ZAMFile::New(ZAMLog* log) {
 }
 
 int ZAMFile::Open(const _bstr_t& path, ZAMLog* log) {
+  // A copy: closing may change what the path refers to.
+  const _bstr_t source = path;
   if (m_nOpened != 0) {
     Close();
   }
-  CString current(path);
-  if (OpenOrClose([&] { return OnFileOpen(path, log); }) == 0) {
+  CString current(source);
+  if (OpenOrClose([&] { return OnFileOpen(source, log); }) == 0) {
     return 0;
   }
   m_strFilePath = std::move(current);
@@ -57,15 +68,16 @@ int ZAMFile::Save() {
 }
 
 int ZAMFile::SaveAs(const _bstr_t& path, ZAMLog* log) {
-  CString current(path);
-  const int opened = m_nOpened;
-  if (OnFileSave(path, log) == 0) {
+  // A copy: what the path refers to may change while the object is saved.
+  const _bstr_t target = path;
+  CString current(target);
+  const unsigned int session = m_Session;
+  if (OnFileSave(target, log) == 0) {
     return 0;
   }
-  if (opened != 0 && m_nOpened == 0) {
-    return 1;  // closed by a hook, after it was saved
+  if (session == m_Session) {
+    m_strFilePath = std::move(current);
+    m_nOpened = 1;
   }
-  m_strFilePath = std::move(current);
-  m_nOpened = 1;
   return 1;
 }

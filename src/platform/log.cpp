@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/codes.h"
 #include "zamxml/platform/error.h"
+#include "zamxml/platform/util.h"
 
 ZAMLogger::~ZAMLogger() = default;
 
@@ -63,7 +65,9 @@ void ZAMLog::SafeLogCopy(ZAMLog* target) const noexcept {
   if (target == nullptr || target == this) {
     return;
   }
-  for (const ZAMLogEntry& entry : m_Entries) {
+  for (int index = 0; index < GetLogCount(); ++index) {
+    // A copy: the target's logger may change this log.
+    const ZAMLogEntry entry = m_Entries[static_cast<std::size_t>(index)];
     target->Record(entry);
   }
 }
@@ -79,3 +83,12 @@ const ZAMLogEntry& ZAMLog::GetLog(int index) const {
 }
 
 void ZAMLog::ClearLog() noexcept { m_Entries.clear(); }
+
+void zam::RecordNoMemory(ZAMLog& log, int category) noexcept {
+  _bstr_t text;
+  try {
+    text = ZAMGF::ZAMErrorString(CodeNoMemory);
+  } catch (const _com_error&) {
+  }
+  log.SetLog(ZAM_LOG_TYPE_ERROR, category, CodeNoMemory, text, nullptr, 0);
+}

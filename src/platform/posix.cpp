@@ -3,13 +3,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <system_error>
 #include <utility>
 
+#include "platform/posix.h"
 #include "platform/system.h"
 
 namespace zam {
@@ -18,43 +21,20 @@ namespace {
 constexpr int MaximumLinks = 40;
 constexpr int MaximumTempFolders = 16;
 
+std::optional<std::string> LinkTarget(const std::string& path) {
+  std::string target(4096, '\0');
+  const auto length = ::readlink(path.c_str(), target.data(), target.size());
+  if (length < 0) {
+    return std::nullopt;
+  }
+  target.resize(static_cast<std::size_t>(length));
+  return target.starts_with('/') ? target : Joined(FolderOf(path), target);
+}
+
+}  // namespace
+
 std::string LastReason() { return std::system_category().message(errno); }
 
-class Descriptor {
-public:
-  explicit Descriptor(int number) noexcept : m_Number(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { Close(); }
-
-  bool IsOpen() const noexcept { return m_Number >= 0; }
-  int Number() const noexcept { return m_Number; }
-  bool Close() noexcept {
-    const int number = std::exchange(m_Number, -1);
-    return number < 0 || ::close(number) == 0;
-  }
-
-private:
-  int m_Number;
-};
-
-/// A name that is gone at the end of a scope, however that ends.
-class Removed {
-public:
-  explicit Removed(const std::string& path) : m_Path(path) {}
-  Removed(const Removed&) = delete;
-  Removed& operator=(const Removed&) = delete;
-  ~Removed() {
-    const int error = errno;
-    ::unlink(m_Path.c_str());
-    errno = error;
-  }
-
-private:
-  const std::string& m_Path;
-};
-
-/// The system would end a path at a zero character and so take another file.
 bool IsUsablePath(const std::string& path, std::string& reason) {
   if (path.empty()) {
     reason = "there is no path";
@@ -76,25 +56,6 @@ std::string Joined(const std::string& folder, const std::string& name) {
   return folder.ends_with('/') ? folder + name : folder + '/' + name;
 }
 
-/// A name beside the path that no other call uses.
-std::string NameBeside(const std::string& path, const char* purpose) {
-  static std::atomic<unsigned long> counter{0};
-  return Joined(FolderOf(path), ".zamxml-" + std::to_string(ProcessNumber()) + '-' +
-                                    std::to_string(std::time(nullptr)) + '-' +
-                                    std::to_string(++counter) + '.' + purpose);
-}
-
-std::optional<std::string> LinkTarget(const std::string& path) {
-  std::string target(4096, '\0');
-  const auto length = ::readlink(path.c_str(), target.data(), target.size());
-  if (length < 0) {
-    return std::nullopt;
-  }
-  target.resize(static_cast<std::size_t>(length));
-  return target.starts_with('/') ? target : Joined(FolderOf(path), target);
-}
-
-/// The path behind any links, existing or not.
 std::optional<std::string> FollowLinks(std::string path, std::string& reason) {
   for (int links = 0; links < MaximumLinks; ++links) {
     struct stat status {};
@@ -118,6 +79,51 @@ std::optional<std::string> FollowLinks(std::string path, std::string& reason) {
   errno = ELOOP;
   reason = LastReason();
   return std::nullopt;
+}
+
+bool LeadsTo(const std::string& path, int descriptor) {
+  struct stat there {};
+  struct stat opened {};
+  return ::lstat(path.c_str(), &there) == 0 && ::fstat(descriptor, &opened) == 0 &&
+         there.st_dev == opened.st_dev && there.st_ino == opened.st_ino;
+}
+
+std::string NameBeside(const std::string& target, std::string_view purpose) {
+  const auto separator = target.rfind('/');
+  const std::string_view name = std::string_view(target).substr(separator + 1);
+  std::uint64_t hash = 0xCBF29CE484222325;  // 64-bit FNV-1a
+  for (const char byte : name) {
+    hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
+  }
+  std::array<char, 17> digits{};
+  std::snprintf(digits.data(), digits.size(), "%016" PRIx64, hash);
+  return Joined(FolderOf(target), std::string(".zamxml-") + digits.data() + std::string(purpose));
+}
+
+namespace {
+
+/// A name that is gone at the end of a scope, however that ends.
+class Removed {
+public:
+  explicit Removed(const std::string& path) : m_Path(path) {}
+  Removed(const Removed&) = delete;
+  Removed& operator=(const Removed&) = delete;
+  ~Removed() {
+    const int error = errno;
+    ::unlink(m_Path.c_str());
+    errno = error;
+  }
+
+private:
+  const std::string& m_Path;
+};
+
+/// A name beside the path that no other call uses.
+std::string UniqueNameBeside(const std::string& path, const char* purpose) {
+  static std::atomic<unsigned long> counter{0};
+  return Joined(FolderOf(path), ".zamxml-" + std::to_string(ProcessNumber()) + '-' +
+                                    std::to_string(std::time(nullptr)) + '-' +
+                                    std::to_string(++counter) + '.' + purpose);
 }
 
 bool WriteAll(int descriptor, std::string_view bytes) {
@@ -289,7 +295,7 @@ bool WriteFile(const std::string& path, std::string_view bytes, Durability durab
   if (!target || !LookAt(*target, existing, reason)) {
     return false;
   }
-  if (!ReplaceFile(*target, NameBeside(*target, "new"), existing, bytes, durability)) {
+  if (!ReplaceFile(*target, UniqueNameBeside(*target, "new"), existing, bytes, durability)) {
     reason = LastReason();
     return false;
   }
@@ -332,7 +338,7 @@ KeptFile::KeptFile(const std::string& path) {
   if (!target) {
     return;
   }
-  std::string kept = NameBeside(*target, "kept");
+  std::string kept = UniqueNameBeside(*target, "kept");
   struct stat status {};
   if (::stat(target->c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
       ::link(target->c_str(), kept.c_str()) == 0) {

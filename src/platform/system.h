@@ -70,4 +70,39 @@ private:
   bool m_Wanted = true;
 };
 
+/// A file without content that one holder at a time has locked. It stands while it is held; one
+/// that a killed process left is nobody's.
+class LockFile {
+public:
+  enum class Attempt { Held, Busy, Failed };
+  enum class For {
+    Owner,     ///< only this user can lock it
+    Everyone,  ///< so can all who can enter the folder
+    Leftover,  ///< it is not made, only taken over
+  };
+
+  LockFile() = default;
+  LockFile(const LockFile&) = delete;
+  LockFile& operator=(const LockFile&) = delete;
+  /// Releases it.
+  ~LockFile() { Release(); }
+
+  /// Locks the file, without waiting. Any result but Held comes with the reason; after Busy it may
+  /// be worth another attempt.
+  Attempt Take(const std::string& path, For whom, std::string& reason);
+  /// Removes the file and gives the lock up.
+  void Release() noexcept;
+
+  bool IsHeld() const noexcept { return m_Descriptor >= 0; }
+
+private:
+  std::string m_Path;
+  unsigned long m_Process = 0;
+  int m_Descriptor = -1;
+};
+
+/// The name of the lock's file for a path: the same for all paths and links to one file. Nothing,
+/// with the system's reason, when there is no such folder.
+std::optional<std::string> LockFileName(const std::string& path, std::string& reason);
+
 }  // namespace zam

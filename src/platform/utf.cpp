@@ -82,8 +82,24 @@ std::string ToXmlUtf8(std::u16string_view units, bool& replaced) {
   });
 }
 
+bool IsSame(std::u16string_view units, std::string_view bytes) noexcept {
+  if (units.size() != bytes.size()) {
+    return false;
+  }
+  unsigned int difference = 0;
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(bytes[i]);
+    difference |= (units[i] ^ byte) | (byte & 0x80U);
+  }
+  return difference == 0;
+}
+
 bool IsAscii(std::string_view bytes) noexcept {
-  return std::all_of(bytes.begin(), bytes.end(), IsAsciiByte);
+  unsigned int bits = 0;
+  for (const char byte : bytes) {
+    bits |= static_cast<unsigned char>(byte);
+  }
+  return bits < 0x80;
 }
 
 std::u16string ToUtf16(std::string_view bytes) {

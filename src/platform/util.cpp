@@ -26,6 +26,8 @@ _bstr_t ZAMGF::ZAMErrorString(int code) {
       return u"The file is not a well-formed XML document.";
     case zam::CodeNotAdded:
       return u"The element cannot be added.";
+    case zam::CodeNotLocked:
+      return u"The file cannot be locked.";
     case zam::CodeTreeNotReread:
       return u"The document cannot be read at the position that was asked for.";
     default:

@@ -19,33 +19,47 @@ struct ZAMXml::Access {
 
   pugi::xml_node Child(const IXMLDOMNodePtr& handle, ZAMTextView path, int index) const;
   /// That child; made as the last one when it is missing. A null node, logged, when it cannot be.
-  pugi::xml_node ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path, int index);
-  /// Adds the last step of a path below an element, after building the steps that are missing.
-  pugi::xml_node Add(pugi::xml_node parent, const std::vector<std::string>& steps);
+  pugi::xml_node ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path, int index) const;
+  /// Records why no child can be added at the path.
+  void RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path) const;
 
   /// A text as the tree stores it; the log is warned about what XML cannot carry.
-  std::string Stored(ZAMTextView text, pugi::xml_node element);
+  std::string Stored(ZAMTextView text, pugi::xml_node element) const;
 
   template <class Text>
   int GetText(pugi::xml_node element, Text& text) const;
-  int SetText(pugi::xml_node element, ZAMTextView text);
+  int SetText(pugi::xml_node element, ZAMTextView text) const;
   template <class Text>
   int GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const;
-  int SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value);
+  /// The attribute's name is a stored one.
+  int SetAttribute(pugi::xml_node element, const char* name, ZAMTextView value) const;
+
+  /// Sets a text to bytes of the tree. A text that is these bytes already stays as it is.
+  static void Assign(_bstr_t& text, std::string_view bytes);
+  static void Assign(CString& text, std::string_view bytes);
+
+  /// Takes a step that may run out of memory: the tree counts that, and _com_error is raised.
+  template <class Step>
+  auto Allocating(Step step) const {
+    try {
+      return step();
+    } catch (const std::bad_alloc&) {
+      m_Xml.ReportShortage();
+      throw _com_error(E_OUTOFMEMORY);
+    } catch (const _com_error& error) {
+      if (error.Error() == E_OUTOFMEMORY) {
+        m_Xml.ReportShortage();
+      }
+      throw;
+    }
+  }
 
   static std::string PathOf(pugi::xml_node element, int index);
 };
 
-namespace zam {
-
-/// Takes a step that may run out of memory; that is raised as the platform's error.
-template <class Step>
-auto Allocating(Step step) {
-  try {
-    return step();
-  } catch (const std::bad_alloc&) {
-    throw _com_error(E_OUTOFMEMORY);
-  }
+template <class Text>
+int ZAMXml::Access::GetText(pugi::xml_node element, Text& text) const {
+  std::string joined;
+  Assign(text, element ? ZAMXmlDocument::Text(element, joined) : std::string_view());
+  return element ? 1 : 0;
 }
-
-}  // namespace zam

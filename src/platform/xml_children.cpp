@@ -1,75 +1,82 @@
-#include "platform/xml_children.h"
-
 #include <algorithm>
 #include <limits>
-#include <new>
-#include <utility>
 
-namespace zam {
+#include "platform/xml_document.h"
+
+/// Finding elements below an element, by name, path and index.
+
 namespace {
 
 /// How many nodes a search may pass before an index is worth its memory.
 constexpr int LongSearch = 32;
 
-}  // namespace
-
-const ChildFinder::Index* ChildFinder::IndexOf(pugi::xml_node parent) {
-  const auto known = m_Indexes.find(parent.internal_object());
-  if (known != m_Indexes.end()) {
-    return &known->second;
-  }
-  int passed = 0;
-  for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
-    if (++passed > LongSearch) {
-      return &MakeIndex(parent);
-    }
-  }
-  return nullptr;
+pugi::xml_node At(const std::unordered_map<std::string_view, zam::Nodes>& index,
+                  std::string_view name, int position) {
+  const auto named = index.find(name);
+  return named != index.end() && static_cast<std::size_t>(position) < named->second.size()
+             ? named->second[static_cast<std::size_t>(position)]
+             : pugi::xml_node();
 }
 
-ChildFinder::Index& ChildFinder::MakeIndex(pugi::xml_node parent) {
+}  // namespace
+
+ZAMXmlDocument::Index& ZAMXmlDocument::MakeIndex(pugi::xml_node parent) {
   Index index;
   for (const pugi::xml_node child : parent.children()) {
     if (child.type() == pugi::node_element) {
       index[child.name()].push_back(child);
     }
   }
-  return m_Indexes[parent.internal_object()] = std::move(index);
+  return Memory(parent).m_Children.emplace(std::move(index));
 }
 
-const ChildFinder::Children& ChildFinder::Named(const Index& index, const std::string& name) {
-  static const Children None;
-  const auto children = index.find(name);
-  return children != index.end() ? children->second : None;
-}
-
-pugi::xml_node ChildFinder::Child(pugi::xml_node parent, const std::string& name, int index) {
-  if (const Index* known = IndexOf(parent)) {
-    const Children& children = Named(*known, name);
-    const auto position = static_cast<std::size_t>(index);
-    return position < children.size() ? children[position] : pugi::xml_node();
+pugi::xml_node ZAMXmlDocument::Child(pugi::xml_node parent, std::string_view name, int index) {
+  if (index < 0) {
+    return {};
   }
-  for (const pugi::xml_node child : parent.children(name.c_str())) {
-    if (child.type() == pugi::node_element && index-- == 0) {
+  if (const zam::ElementMemory* const memory = FindMemory(parent);
+      memory != nullptr && memory->m_Children) {
+    return At(*memory->m_Children, name, index);
+  }
+  int passed = 0;
+  int before = 0;
+  for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
+    if (zam::IsElement(child, name) && before++ == index) {
       return child;
+    }
+    if (++passed > LongSearch) {
+      return At(MakeIndex(parent), name, index);
     }
   }
   return {};
 }
 
-int ChildFinder::ChildCount(pugi::xml_node parent, const std::string& name) {
-  if (const Index* known = IndexOf(parent)) {
-    return static_cast<int>(Named(*known, name).size());
+int ZAMXmlDocument::ChildCount(pugi::xml_node parent, std::string_view name) {
+  if (const zam::ElementMemory* const memory = FindMemory(parent);
+      memory != nullptr && memory->m_Children) {
+    const auto named = memory->m_Children->find(name);
+    return named != memory->m_Children->end() ? static_cast<int>(named->second.size()) : 0;
   }
-  const auto children = parent.children(name.c_str());
-  return static_cast<int>(std::count_if(children.begin(), children.end(), [](pugi::xml_node child) {
-    return child.type() == pugi::node_element;
-  }));
+  int count = 0;
+  for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
+    count += zam::IsElement(child, name) ? 1 : 0;
+  }
+  return count;
 }
 
-pugi::xml_node ChildFinder::WalkTo(Walk& walk, int index) {
+ZAMXmlDocument::Walk ZAMXmlDocument::StartOf(pugi::xml_node start, const zam::Path& path) {
+  Walk walk;
+  walk.m_Start = start;
+  for (std::string_view rest = path.Whole(); !rest.empty();) {
+    walk.m_Steps.emplace_back(zam::Path::CutStep(rest));
+  }
+  walk.m_Positions.resize(walk.m_Steps.size() - 1);
+  return walk;
+}
+
+pugi::xml_node ZAMXmlDocument::WalkTo(Walk& walk, int index) {
   const std::size_t last = walk.m_Steps.size() - 1;
-  std::vector<pugi::xml_node> chain{walk.m_Start};
+  zam::Nodes chain{walk.m_Start};
   for (;;) {
     while (chain.size() <= last) {
       const std::size_t level = chain.size() - 1;
@@ -95,67 +102,37 @@ pugi::xml_node ChildFinder::WalkTo(Walk& walk, int index) {
   }
 }
 
-pugi::xml_node ChildFinder::Find(pugi::xml_node start, const std::vector<std::string>& steps,
-                                 int index) {
-  if (index < 0) {
-    return {};
+pugi::xml_node ZAMXmlDocument::FirstMatch(pugi::xml_node start, const zam::Path& path) {
+  pugi::xml_node node = start;
+  for (std::string_view rest = path.Whole(); node && !rest.empty();) {
+    node = Child(node, zam::Path::CutStep(rest), 0);
   }
-  if (steps.size() == 1) {
-    return Child(start, steps.front(), index);
+  return node;
+}
+
+pugi::xml_node ZAMXmlDocument::Find(pugi::xml_node start, const zam::Path& path, int index) {
+  if (index < 0 || path.IsOneStep()) {
+    return Child(start, path.Whole(), index);
   }
-  if (index == 0 || m_LastWalk.m_Start != start || m_LastWalk.m_Steps != steps ||
+  if (index == 0) {
+    // The first of each step leads to the first match, where it leads to one at all.
+    if (const pugi::xml_node first = FirstMatch(start, path)) {
+      return first;
+    }
+  }
+  Walk walk = StartOf(start, path);
+  if (index == 0 || m_LastWalk.m_Start != start || m_LastWalk.m_Steps != walk.m_Steps ||
       m_LastWalk.m_Before > index) {
-    m_LastWalk = Walk{start, steps, std::vector<int>(steps.size() - 1, 0), 0};
+    m_LastWalk = std::move(walk);
   }
   return WalkTo(m_LastWalk, index);
 }
 
-int ChildFinder::Count(pugi::xml_node start, const std::vector<std::string>& steps) {
-  if (steps.size() == 1) {
-    return ChildCount(start, steps.front());
+int ZAMXmlDocument::Count(pugi::xml_node start, const zam::Path& path) {
+  if (path.IsOneStep()) {
+    return ChildCount(start, path.Whole());
   }
-  Walk walk{start, steps, std::vector<int>(steps.size() - 1, 0), 0};
+  Walk walk = StartOf(start, path);
   WalkTo(walk, std::numeric_limits<int>::max());
   return walk.m_Before;
 }
-
-std::vector<pugi::xml_node> ChildFinder::All(pugi::xml_node parent, const std::string& name) {
-  if (const Index* known = IndexOf(parent)) {
-    return Named(*known, name);
-  }
-  Children all;
-  for (const pugi::xml_node child : parent.children(name.c_str())) {
-    if (child.type() == pugi::node_element) {
-      all.push_back(child);
-    }
-  }
-  return all;
-}
-
-void ChildFinder::Added(pugi::xml_node child) noexcept {
-  m_LastWalk = {};
-  const auto found = m_Indexes.find(child.parent().internal_object());
-  if (found == m_Indexes.end()) {
-    return;
-  }
-  try {
-    found->second[child.name()].push_back(child);
-  } catch (const std::bad_alloc&) {
-    m_Indexes.erase(found);
-  }
-}
-
-void ChildFinder::Removing(pugi::xml_node parent, const std::string& name) {
-  m_LastWalk = {};
-  const auto found = m_Indexes.find(parent.internal_object());
-  if (found != m_Indexes.end()) {
-    found->second.erase(name);
-  }
-}
-
-void ChildFinder::Forget(pugi::xml_node node) {
-  m_LastWalk = {};
-  m_Indexes.erase(node.internal_object());
-}
-
-}  // namespace zam

@@ -1,5 +1,8 @@
 #include "platform/xml_document.h"
 
+#include <cstring>
+#include <utility>
+
 #include "platform/xml_insertion.h"
 #include "zamxml/platform/error.h"
 
@@ -15,6 +18,12 @@ int DepthOf(pugi::xml_node node) {
 
 bool HasElements(pugi::xml_node node) { return static_cast<bool>(ElementFrom(node.first_child())); }
 
+bool IsElement(pugi::xml_node node, std::string_view name) {
+  const char* const own = node.name();
+  return node.type() == pugi::node_element && std::strncmp(own, name.data(), name.size()) == 0 &&
+         own[name.size()] == '\0';
+}
+
 pugi::xml_node ElementFrom(pugi::xml_node node) {
   while (node && node.type() != pugi::node_element) {
     node = node.next_sibling();
@@ -24,50 +33,88 @@ pugi::xml_node ElementFrom(pugi::xml_node node) {
 
 }  // namespace zam
 
-ZAMXmlNode::ZAMXmlNode(ZAMXmlDocument& document, pugi::xml_node node, int index)
-    : m_Document(&document), m_Node(node), m_Index(index) {
-  m_Document->m_Handles.emplace(node.internal_object(), this);
-}
-
-ZAMXmlNode::~ZAMXmlNode() {
-  if (m_Document != nullptr) {
-    m_Document->m_Handles.erase(m_Node.internal_object());
-  }
-}
-
 ZAMXmlDocument::~ZAMXmlDocument() {
-  for (const auto& [node, handle] : m_Handles) {
-    handle->m_Document = nullptr;
+  for (const auto& [node, note] : m_Notes) {
+    note->m_Document = nullptr;
+    if (note->m_References == 0) {
+      delete note;
+    }
   }
+}
+
+ZAMXmlNode* ZAMXmlDocument::FindNote(pugi::xml_node element) const noexcept {
+  const auto note = m_Notes.find(element.internal_object());
+  return note != m_Notes.end() ? note->second : nullptr;
+}
+
+ZAMXmlNode& ZAMXmlDocument::Note(pugi::xml_node element) {
+  ZAMXmlNode*& note = m_Notes[element.internal_object()];
+  if (note == nullptr) {
+    try {
+      note = new ZAMXmlNode(*this, element);
+    } catch (...) {
+      m_Notes.erase(element.internal_object());
+      throw;
+    }
+  }
+  return *note;
+}
+
+zam::ElementMemory* ZAMXmlDocument::FindMemory(pugi::xml_node element) const noexcept {
+  const ZAMXmlNode* note = FindNote(element);
+  return note != nullptr ? note->m_Memory.get() : nullptr;
+}
+
+zam::ElementMemory& ZAMXmlDocument::Memory(pugi::xml_node element) {
+  auto memory = FindMemory(element) == nullptr ? std::make_unique<zam::ElementMemory>() : nullptr;
+  ZAMXmlNode& note = Note(element);
+  if (memory) {
+    note.m_Memory = std::move(memory);
+  }
+  return *note.m_Memory;
 }
 
 IXMLDOMNodePtr ZAMXmlDocument::Handle(pugi::xml_node node, int index) {
   if (!node) {
     return {};
   }
-  const auto known = m_Handles.find(node.internal_object());
-  if (known != m_Handles.end()) {
-    return IXMLDOMNodePtr(known->second->shared_from_this());
+  ZAMXmlNode& note = Note(node);
+  if (note.m_References == 0) {
+    note.m_Index = index;
   }
-  return IXMLDOMNodePtr(std::make_shared<ZAMXmlNode>(*this, node, index));
+  return IXMLDOMNodePtr(&note);
 }
 
-void ZAMXmlDocument::Forget(pugi::xml_node subtree, bool itself) {
-  const auto forget = [this](pugi::xml_node node) {
-    m_Finder.Forget(node);
-    m_Emptied.erase(node.internal_object());
-    m_TextLayouts.erase(node.internal_object());
-    m_Blanks.erase(node.internal_object());
-    const auto handle = m_Handles.find(node.internal_object());
-    if (handle != m_Handles.end()) {
-      handle->second->m_Document = nullptr;
-      m_Handles.erase(handle);
+void ZAMXmlDocument::Release(ZAMXmlNode* note) noexcept {
+  if (note->m_Document != nullptr) {
+    if (note->m_Memory) {
+      return;
     }
-  };
+    note->m_Document->m_Notes.erase(note->m_Node.internal_object());
+  }
+  delete note;
+}
+
+void ZAMXmlDocument::Forget(pugi::xml_node element) noexcept {
+  const auto found = m_Notes.find(element.internal_object());
+  if (found == m_Notes.end()) {
+    return;
+  }
+  ZAMXmlNode* const note = found->second;
+  m_Notes.erase(found);
+  note->m_Document = nullptr;
+  note->m_Memory.reset();
+  if (note->m_References == 0) {
+    delete note;
+  }
+}
+
+void ZAMXmlDocument::Forget(pugi::xml_node subtree, bool itself) noexcept {
+  m_LastWalk = {};
   pugi::xml_node node = subtree;
-  for (;;) {
+  while (!m_Notes.empty()) {
     if (node.type() == pugi::node_element && (itself || node != subtree)) {
-      forget(node);
+      Forget(node);
     }
     if (node.first_child()) {
       node = node.first_child();
@@ -91,21 +138,21 @@ void ZAMXmlDocument::MakeEmpty() {
   }
 }
 
-void ZAMXmlDocument::AddRoot(const std::string& name) {
+void ZAMXmlDocument::AddRoot(std::string_view name) {
   zam::Insertion insertion(m_Tree);
   insertion.Before({}, pugi::node_element, name);
   insertion.Before({}, pugi::node_pcdata, "\n");
   insertion.Keep();
 }
 
-pugi::xml_node ZAMXmlDocument::AddElement(pugi::xml_node parent, const std::string& name) {
+pugi::xml_node ZAMXmlDocument::AddElement(pugi::xml_node parent, std::string_view name) {
   if (zam::DepthOf(parent) >= zam::MaximumDepth) {
     return {};
   }
   const pugi::xml_node last = parent.last_child();
   const bool lastFormats = last && zam::IsFormatting(last);
   const bool blank = lastFormats && !last.previous_sibling();
-  const Formatting formatting = FormattingFor(parent);
+  const zam::Formatting formatting = FormattingFor(parent);
   const pugi::xml_node place = lastFormats && !blank ? last : pugi::xml_node();
   zam::Insertion insertion(parent);
   if (!formatting.m_BeforeChild.empty()) {
@@ -116,42 +163,125 @@ pugi::xml_node ZAMXmlDocument::AddElement(pugi::xml_node parent, const std::stri
     insertion.Before(place, pugi::node_pcdata, formatting.m_BeforeEnd);
   }
   if (blank) {
-    m_Blanks.insert_or_assign(parent.internal_object(), last.value());
+    Memory(parent).m_Blank = last.value();
     parent.remove_child(last);
   }
   insertion.Keep();
-  m_Emptied.erase(parent.internal_object());
-  m_Finder.Added(element);
+  m_LastWalk = {};
+  if (zam::ElementMemory* const memory = FindMemory(parent)) {
+    memory->m_Emptied.reset();
+    if (memory->m_Children) {
+      try {
+        (*memory->m_Children)[element.name()].push_back(element);
+      } catch (const std::bad_alloc&) {
+        memory->m_Children.reset();
+      }
+    }
+  }
   return element;
 }
 
-void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const std::string& name) {
-  const std::vector<pugi::xml_node> children = m_Finder.All(parent, name);
+pugi::xml_node ZAMXmlDocument::Add(pugi::xml_node parent, const zam::Path& path) {
+  if (zam::DepthOf(parent) + path.StepCount() > zam::MaximumDepth) {
+    return {};
+  }
+  for (std::string_view rest = path.Parent(); !rest.empty();) {
+    const std::string_view step = zam::Path::CutStep(rest);
+    const pugi::xml_node known = Child(parent, step, 0);
+    parent = known ? known : AddElement(parent, step);
+  }
+  return AddElement(parent, path.Last());
+}
+
+void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const zam::Path& path) {
+  if (path.IsOneStep()) {
+    RemoveAll(parent, path.Last());
+    return;
+  }
+  Walk walk = StartOf(parent, path);
+  const std::string last = std::move(walk.m_Steps.back());
+  walk.m_Steps.pop_back();
+  if (walk.m_Steps.size() == 1) {
+    for (int i = 0; const pugi::xml_node holder = Child(parent, walk.m_Steps.front(), i); ++i) {
+      RemoveAll(holder, last);
+    }
+    return;
+  }
+  walk.m_Positions.pop_back();
+  for (int i = 0; const pugi::xml_node holder = WalkTo(walk, i); ++i) {
+    RemoveAll(holder, last);
+  }
+}
+
+void ZAMXmlDocument::RemoveAll(pugi::xml_node parent, std::string_view name) {
+  zam::ElementMemory* const memory = FindMemory(parent);
+  zam::Nodes children;
+  if (memory != nullptr && memory->m_Children) {
+    const auto named = memory->m_Children->find(name);
+    if (named != memory->m_Children->end()) {
+      children = named->second;
+    }
+  } else {
+    for (const pugi::xml_node child : parent.children()) {
+      if (zam::IsElement(child, name)) {
+        children.push_back(child);
+      }
+    }
+  }
   if (children.empty()) {
     return;
   }
   RememberFormatting(parent);
-  m_Finder.Removing(parent, name);
+  m_LastWalk = {};
+  if (memory != nullptr && memory->m_Children) {
+    memory->m_Children->erase(children.front().name());
+  }
   for (const pugi::xml_node child : children) {
-    Forget(child, true);
-    const pugi::xml_node before = child.previous_sibling();
-    const pugi::xml_node behind = child.next_sibling();
-    if (before && zam::IsFormatting(before)) {
-      parent.remove_child(before);
-    } else if (before.type() == pugi::node_pcdata && behind && zam::IsFormatting(behind)) {
-      // White space next to a text would become a part of it.
-      parent.remove_child(behind);
-    }
-    parent.remove_child(child);
+    RemoveElement(parent, child);
   }
   DropFormatting(parent);
+}
+
+void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, std::string_view name, int first,
+                                    int count) {
+  if (zam::ElementMemory* const memory = FindMemory(parent)) {
+    memory->m_Children.reset();
+  }
+  pugi::xml_node child = zam::ElementFrom(parent.first_child());
+  for (int index = 0; child;) {
+    const pugi::xml_node next = zam::ElementFrom(child.next_sibling());
+    if (zam::IsElement(child, name) && index++ >= first) {
+      if (count-- > 0) {
+        RemoveElement(parent, child);
+      } else if (ZAMXmlNode* const note = FindNote(child)) {
+        note->m_Index = -1;
+      }
+    }
+    child = next;
+  }
+  DropFormatting(parent);
+}
+
+void ZAMXmlDocument::RemoveElement(pugi::xml_node parent, pugi::xml_node child) {
+  Forget(child, true);
+  const pugi::xml_node before = child.previous_sibling();
+  const pugi::xml_node behind = child.next_sibling();
+  if (before && zam::IsFormatting(before)) {
+    parent.remove_child(before);
+  } else if (before.type() == pugi::node_pcdata && behind && zam::IsFormatting(behind)) {
+    // White space next to a text would become a part of it.
+    parent.remove_child(behind);
+  }
+  parent.remove_child(child);
 }
 
 void ZAMXmlDocument::RemoveContent(pugi::xml_node parent) {
   RememberFormatting(parent);
   Forget(parent, false);
-  m_Finder.Forget(parent);
-  m_TextLayouts.erase(parent.internal_object());
-  m_Blanks.erase(parent.internal_object());
+  if (zam::ElementMemory* const memory = FindMemory(parent)) {
+    memory->m_Children.reset();
+    memory->m_Text.reset();
+    memory->m_Blank.reset();
+  }
   parent.remove_children();
 }

@@ -1,31 +1,16 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
-#include "platform/xml_children.h"
+#include "platform/xml_note.h"
+#include "platform/xml_path.h"
 #include "zamxml/platform/xml.h"
 
-/// What a node handle refers to. It lives as long as a handle does, and knows when its element is
-/// gone.
-struct ZAMXmlNode : std::enable_shared_from_this<ZAMXmlNode> {
-  ZAMXmlNode(ZAMXmlDocument& document, pugi::xml_node node, int index);
-  ZAMXmlNode(const ZAMXmlNode&) = delete;
-  ZAMXmlNode& operator=(const ZAMXmlNode&) = delete;
-  ~ZAMXmlNode();
-
-  ZAMXmlDocument* m_Document;  ///< null once the element is gone
-  pugi::xml_node m_Node;
-  int m_Index;  ///< index among siblings of the name, or -1 where it is not known. It never
-                ///< changes: elements of one name are added at the end and removed all at once.
-};
-
-/// One document in memory: the tree and what is remembered about its elements.
+/// One document in memory: the tree and the notes on its elements.
 struct ZAMXmlDocument {
   ZAMXmlDocument() = default;
   ZAMXmlDocument(const ZAMXmlDocument&) = delete;
@@ -37,22 +22,39 @@ struct ZAMXmlDocument {
 
   /// The handle to an element; null for a null node.
   IXMLDOMNodePtr Handle(pugi::xml_node node, int index = -1);
+  /// To be told when the last handle to an element is gone.
+  static void Release(ZAMXmlNode* note) noexcept;
+
+  /// The index-th match of the whole path in document order, or a null node. An element with many
+  /// children gets an index of them at the first search that is long; it is kept up to date, so
+  /// searches by name and walks by index take constant time each. A walk over the matches of a
+  /// longer path goes on where the last search ended.
+  pugi::xml_node Find(pugi::xml_node start, const zam::Path& path, int index);
+  pugi::xml_node Child(pugi::xml_node parent, std::string_view name, int index);
+  /// The number of matches of the whole path.
+  int Count(pugi::xml_node start, const zam::Path& path);
 
   /// Make a new document: a declaration; then its root.
   void MakeEmpty();
-  void AddRoot(const std::string& name);
+  void AddRoot(std::string_view name);
 
   /// Adds an element as the last child of a parent, with the indentation that the document has
   /// there. A null node when it would stand too deep.
-  pugi::xml_node AddElement(pugi::xml_node parent, const std::string& name);
+  pugi::xml_node AddElement(pugi::xml_node parent, std::string_view name);
+  /// Adds the last step of a path, after the steps that are missing. A null node when it would
+  /// stand too deep.
+  pugi::xml_node Add(pugi::xml_node parent, const zam::Path& path);
 
-  /// Remove child elements with the white space that indented them; or all that the parent holds.
-  void RemoveElements(pugi::xml_node parent, const std::string& name);
+  /// Remove child elements with the white space that indented them: all at the path, or up to count
+  /// of them from the index first on, which needs no memory; or all that the parent holds.
+  void RemoveElements(pugi::xml_node parent, const zam::Path& path);
+  void RemoveElements(pugi::xml_node parent, std::string_view name, int first, int count);
   void RemoveContent(pugi::xml_node parent);
 
   /// The text of an element: its text and CDATA pieces joined. Where it has child elements, white
-  /// space between them is formatting and does not count.
-  std::string Text(pugi::xml_node element) const;
+  /// space between them is formatting and does not count. The view is valid until the tree changes;
+  /// a text of several pieces is put together in `joined`.
+  static std::string_view Text(pugi::xml_node element, std::string& joined);
   /// Replaces the text; child elements, comments and formatting stay. A text that the element had
   /// when it was first replaced comes back in the pieces and places in which it stood then.
   void SetText(pugi::xml_node element, const std::string& text);
@@ -61,42 +63,49 @@ struct ZAMXmlDocument {
   void LearnIndentation();
 
   pugi::xml_document m_Tree;
-  zam::ChildFinder m_Finder;
   bool m_Lines = true;              ///< elements stand on lines of their own
   std::string m_IndentUnit = "\t";  ///< one level of indentation
-  std::unordered_map<pugi::xml_node_struct*, ZAMXmlNode*> m_Handles;
 
 private:
-  /// The white space around the children of an element that has lost them all.
-  struct Formatting {
-    std::string m_BeforeChild;
-    std::string m_BeforeEnd;
+  using Index = std::unordered_map<std::string_view, zam::Nodes>;
+
+  /// Where the last search for a path of several steps ended.
+  struct Walk {
+    pugi::xml_node m_Start;
+    std::vector<std::string> m_Steps;
+    std::vector<int> m_Positions;  ///< which match of each step but the last
+    int m_Before = 0;              ///< matches of the whole path before that place
   };
-  struct TextPiece {
-    pugi::xml_node_type m_Type;
-    std::string m_Value;
-    std::size_t m_Before;  ///< how many nodes that are no text stand before it
-  };
-  struct TextLayout {
-    std::string m_Text;
-    std::vector<TextPiece> m_Pieces;
-    std::size_t m_Others = 0;  ///< how many nodes that are no text there are
-  };
+
+  ZAMXmlNode* FindNote(pugi::xml_node element) const noexcept;
+  ZAMXmlNode& Note(pugi::xml_node element);
+  /// What is remembered about an element; null when there is nothing.
+  zam::ElementMemory* FindMemory(pugi::xml_node element) const noexcept;
+  zam::ElementMemory& Memory(pugi::xml_node element);
+
+  Index& MakeIndex(pugi::xml_node parent);
+  int ChildCount(pugi::xml_node parent, std::string_view name);
+  static Walk StartOf(pugi::xml_node start, const zam::Path& path);
+  pugi::xml_node WalkTo(Walk& walk, int index);
+  pugi::xml_node FirstMatch(pugi::xml_node start, const zam::Path& path);
 
   /// The white space to put around a new last child.
-  Formatting FormattingFor(pugi::xml_node parent);
+  zam::Formatting FormattingFor(pugi::xml_node parent);
+  void RememberFormatting(pugi::xml_node parent);
   /// Takes away the formatting that is left over when the last child element has gone.
   void DropFormatting(pugi::xml_node parent);
-  void Forget(pugi::xml_node subtree, bool itself);
-  void RememberFormatting(pugi::xml_node parent);
+
+  void RemoveAll(pugi::xml_node parent, std::string_view name);
+  void RemoveElement(pugi::xml_node parent, pugi::xml_node child);
+  void Forget(pugi::xml_node subtree, bool itself) noexcept;
+  void Forget(pugi::xml_node element) noexcept;
+
   void RememberText(pugi::xml_node element, bool elements);
   /// Whether the pieces can stand among the element's other nodes as they did.
-  static bool Fits(const TextLayout& layout, const std::vector<pugi::xml_node>& others);
+  static bool Fits(const zam::TextLayout& layout, const zam::Nodes& others);
 
-  std::unordered_map<pugi::xml_node_struct*, Formatting> m_Emptied;
-  /// The white space that was all that an element held before its first child was added.
-  std::unordered_map<pugi::xml_node_struct*, std::string> m_Blanks;
-  std::unordered_map<pugi::xml_node_struct*, TextLayout> m_TextLayouts;
+  std::unordered_map<pugi::xml_node_struct*, ZAMXmlNode*> m_Notes;
+  Walk m_LastWalk;
 };
 
 namespace zam {
@@ -114,6 +123,7 @@ int DepthOf(pugi::xml_node node);
 pugi::xml_node ElementFrom(pugi::xml_node node);
 
 bool HasElements(pugi::xml_node node);
+bool IsElement(pugi::xml_node node, std::string_view name);
 
 /// White space that only formats: spaces, tabs and line feeds.
 bool IsFormatting(pugi::xml_node node);

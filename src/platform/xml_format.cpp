@@ -32,15 +32,15 @@ void ZAMXmlDocument::LearnIndentation() {
   m_IndentUnit = m_Lines ? zam::LastLine(first).substr(1) : std::string();
 }
 
-ZAMXmlDocument::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) {
+zam::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) {
   const pugi::xml_node last = parent.last_child();
   const bool lastFormats = last && zam::IsFormatting(last);
   const bool first = !last || (lastFormats && !last.previous_sibling());
-  const auto emptied = m_Emptied.find(parent.internal_object());
-  if (emptied != m_Emptied.end()) {
+  const zam::ElementMemory* const memory = FindMemory(parent);
+  if (memory != nullptr && memory->m_Emptied) {
     // White space next to a text would become a part of it.
     const bool behindText = !first && last.type() == pugi::node_pcdata;
-    return {behindText ? "" : emptied->second.m_BeforeChild, emptied->second.m_BeforeEnd};
+    return {behindText ? "" : memory->m_Emptied->m_BeforeChild, memory->m_Emptied->m_BeforeEnd};
   }
   if (!first) {
     const pugi::xml_node sibling = lastFormats ? last.previous_sibling() : last;
@@ -70,19 +70,25 @@ void ZAMXmlDocument::RememberFormatting(pugi::xml_node parent) {
   if (!first) {
     return;
   }
-  Formatting formatting;
+  zam::Formatting formatting;
   if (before && zam::IsFormatting(before)) {
     formatting.m_BeforeChild = before.value();
   }
   if (zam::IsFormatting(last)) {
     formatting.m_BeforeEnd = last.value();
   }
-  m_Emptied.insert_or_assign(parent.internal_object(), std::move(formatting));
+  Memory(parent).m_Emptied = std::move(formatting);
 }
 
 void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
+  zam::ElementMemory* const memory = FindMemory(parent);
+  const auto forgetEmptied = [memory] {
+    if (memory != nullptr) {
+      memory->m_Emptied.reset();
+    }
+  };
   if (zam::HasElements(parent)) {
-    m_Emptied.erase(parent.internal_object());
+    forgetEmptied();
     return;
   }
   const auto isContent = [](pugi::xml_node node) { return !zam::IsFormatting(node); };
@@ -91,7 +97,7 @@ void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
     return node.type() == pugi::node_cdata || (node.type() == pugi::node_pcdata && isContent(node));
   };
   if (content && !parent.find_child(isText)) {
-    m_Emptied.erase(parent.internal_object());
+    forgetEmptied();
     return;
   }
   // Without child elements around it, white space would be taken for a part of the text.
@@ -102,8 +108,7 @@ void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
     }
     child = next;
   }
-  const auto blank = m_Blanks.find(parent.internal_object());
-  if (!content && blank != m_Blanks.end()) {
-    parent.append_child(pugi::node_pcdata).set_value(blank->second.c_str());
+  if (!content && memory != nullptr && memory->m_Blank) {
+    parent.append_child(pugi::node_pcdata).set_value(memory->m_Blank->c_str());
   }
 }

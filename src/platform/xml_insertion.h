@@ -1,7 +1,7 @@
 #pragma once
 
 #include <pugixml.hpp>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace zam {
@@ -16,7 +16,7 @@ public:
 
   /// Inserts a node in front of another, or as the last one in front of a null node: an element of
   /// that name, or anything else with that value. Raises _com_error (E_OUTOFMEMORY).
-  pugi::xml_node Before(pugi::xml_node place, pugi::xml_node_type type, const std::string& content);
+  pugi::xml_node Before(pugi::xml_node place, pugi::xml_node_type type, std::string_view content);
 
   void Keep() noexcept { m_Nodes.clear(); }
 

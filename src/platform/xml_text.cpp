@@ -2,6 +2,7 @@
 
 #include "platform/xml_document.h"
 #include "platform/xml_insertion.h"
+#include "zamxml/platform/error.h"
 
 /// The text of an element: how it is put together from pieces, and how it is stored so that it
 /// comes back unchanged.
@@ -37,9 +38,14 @@ void InsertProtected(zam::Insertion& insertion, pugi::xml_node front, const std:
   }
 }
 
+/// Whether a text would be taken for formatting.
+bool IsBlank(std::string_view text) {
+  return text.find_first_not_of(" \t\n") == std::string_view::npos;
+}
+
 void InsertText(zam::Insertion& insertion, pugi::xml_node front, const std::string& text,
                 bool elements) {
-  if (elements || text.find_first_not_of(" \t\n") == std::string::npos) {
+  if (elements || IsBlank(text)) {
     InsertProtected(insertion, front, text);
   } else {
     insertion.Before(front, pugi::node_pcdata, text);
@@ -48,34 +54,48 @@ void InsertText(zam::Insertion& insertion, pugi::xml_node front, const std::stri
 
 }  // namespace
 
-std::string ZAMXmlDocument::Text(pugi::xml_node element) const {
+std::string_view ZAMXmlDocument::Text(pugi::xml_node element, std::string& joined) {
   const pugi::xml_node first = element.first_child();
   if (!first.next_sibling()) {
     return first && IsText(first, false) ? first.value() : "";
   }
   const bool elements = zam::HasElements(element);
-  std::string text;
+  joined.clear();
   for (const pugi::xml_node child : element.children()) {
     if (IsText(child, elements)) {
-      text += child.value();
+      joined += child.value();
     }
   }
-  return text;
+  return joined;
 }
 
 void ZAMXmlDocument::SetText(pugi::xml_node element, const std::string& text) {
+  zam::ElementMemory* const known = FindMemory(element);
+  pugi::xml_node only = element.first_child();
+  if (only && !only.next_sibling() && only.type() == pugi::node_pcdata && !IsBlank(text) &&
+      (known == nullptr || !known->m_Text)) {
+    // One plain text in the place of another.
+    if (!only.set_value(text.c_str(), text.size())) {
+      throw _com_error(E_OUTOFMEMORY);
+    }
+    if (known != nullptr) {
+      known->m_Blank.reset();
+    }
+    return;
+  }
   const bool elements = zam::HasElements(element);
   RememberText(element, elements);
-  std::vector<pugi::xml_node> replaced;
-  std::vector<pugi::xml_node> others;
+  zam::Nodes replaced;
+  zam::Nodes others;
   for (const pugi::xml_node child : element.children()) {
     (IsText(child, elements) ? replaced : others).push_back(child);
   }
-  const auto layout = m_TextLayouts.find(element.internal_object());
+  zam::ElementMemory* const memory = FindMemory(element);
+  const zam::TextLayout* const layout =
+      memory != nullptr && memory->m_Text ? &*memory->m_Text : nullptr;
   zam::Insertion insertion(element);
-  if (layout != m_TextLayouts.end() && layout->second.m_Text == text &&
-      Fits(layout->second, others)) {
-    for (const TextPiece& piece : layout->second.m_Pieces) {
+  if (layout != nullptr && layout->m_Text == text && Fits(*layout, others)) {
+    for (const zam::TextLayout::Piece& piece : layout->m_Pieces) {
       insertion.Before(piece.m_Before < others.size() ? others[piece.m_Before] : pugi::xml_node(),
                        piece.m_Type, piece.m_Value);
     }
@@ -83,18 +103,20 @@ void ZAMXmlDocument::SetText(pugi::xml_node element, const std::string& text) {
     InsertText(insertion, element.first_child(), text, elements);
   }
   insertion.Keep();
-  m_Blanks.erase(element.internal_object());
+  if (memory != nullptr) {
+    memory->m_Blank.reset();
+  }
   for (const pugi::xml_node piece : replaced) {
     element.remove_child(piece);
   }
 }
 
-bool ZAMXmlDocument::Fits(const TextLayout& layout, const std::vector<pugi::xml_node>& others) {
+bool ZAMXmlDocument::Fits(const zam::TextLayout& layout, const zam::Nodes& others) {
   if (layout.m_Others != others.size()) {
     return false;
   }
   // White space next to a text would become a part of it.
-  const std::vector<TextPiece>& pieces = layout.m_Pieces;
+  const std::vector<zam::TextLayout::Piece>& pieces = layout.m_Pieces;
   for (std::size_t i = 0; i < pieces.size(); ++i) {
     const std::size_t place = pieces[i].m_Before;
     const bool first = i == 0 || pieces[i - 1].m_Before != place;
@@ -111,10 +133,11 @@ bool ZAMXmlDocument::Fits(const TextLayout& layout, const std::vector<pugi::xml_
 void ZAMXmlDocument::RememberText(pugi::xml_node element, bool elements) {
   const pugi::xml_node first = element.first_child();
   const bool plain = !first.next_sibling() && first.type() != pugi::node_cdata;
-  if (plain || m_TextLayouts.contains(element.internal_object())) {
+  const zam::ElementMemory* const memory = FindMemory(element);
+  if (plain || (memory != nullptr && memory->m_Text)) {
     return;
   }
-  TextLayout layout;
+  zam::TextLayout layout;
   for (const pugi::xml_node child : element.children()) {
     if (IsText(child, elements)) {
       layout.m_Text += child.value();
@@ -124,6 +147,6 @@ void ZAMXmlDocument::RememberText(pugi::xml_node element, bool elements) {
     }
   }
   if (!layout.m_Pieces.empty()) {
-    m_TextLayouts.emplace(element.internal_object(), std::move(layout));
+    Memory(element).m_Text = std::move(layout);
   }
 }

@@ -15,17 +15,6 @@
 
 namespace {
 
-using Steps = std::vector<std::string>;
-
-/// Takes the root's name off an absolute path; false when the path does not begin with it.
-bool DropRoot(Steps& steps, pugi::xml_node root) {
-  if (!root || steps.front() != root.name()) {
-    return false;
-  }
-  steps.erase(steps.begin());
-  return true;
-}
-
 _bstr_t Quoted(ZAMTextView path) { return _bstr_t(u"\"") + _bstr_t(path) + u"\""; }
 
 }  // namespace
@@ -40,13 +29,10 @@ int ZAMXml::Fail(int code, const _bstr_t& detail, ZAMLog* log) {
 }
 
 int ZAMXml::FailWithoutMemory(ZAMLog* log) noexcept {
-  try {
-    return Fail(zam::CodeNoMemory, nullptr, log);
-  } catch (const _com_error&) {
-    SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_XML, zam::CodeNoMemory, nullptr, nullptr, 0);
-    SafeLogCopy(log);
-    return 0;
-  }
+  ReportShortage();
+  zam::RecordNoMemory(*this, ZAM_LOG_CATEGORY_XML);
+  SafeLogCopy(log);
+  return 0;
 }
 
 int ZAMXml::Replace(std::unique_ptr<ZAMXmlDocument> document) {
@@ -114,13 +100,15 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   }
 }
 
+ZAMLog* ZAMXml::SetWarningLog(ZAMLog* log) noexcept { return std::exchange(m_pWarningLog, log); }
+
 int ZAMXml::SetDurable(int durable) noexcept { return std::exchange(m_nDurable, durable); }
 
 int ZAMXml::CreateRoot(ZAMTextView name) {
   if (!m_Document || m_Document->Root()) {
     return Fail(zam::CodeNotAdded, u"There is a root element already, or no document.", nullptr);
   }
-  zam::Allocating([&] { m_Document->AddRoot(zam::StoredName(name.view())); });
+  Access{*this}.Allocating([&] { m_Document->AddRoot(zam::StoredName(name.view())); });
   return 1;
 }
 
@@ -158,40 +146,34 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
 }
 
 IXMLDOMNodePtr ZAMXml::GetNode(ZAMTextView path, int index) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
-    if (m_Document) {
-      Steps steps = zam::PathSteps(path.view());
-      const pugi::xml_node root = m_Document->Root();
-      if (DropRoot(steps, root)) {
-        const pugi::xml_node found = !steps.empty() ? m_Document->m_Finder.Find(root, steps, index)
-                                     : index == 0   ? root
-                                                    : pugi::xml_node();
-        if (found) {
-          return m_Document->Handle(found, steps.size() <= 1 ? index : -1);
-        }
-      }
+  Access access{*this};
+  return access.Allocating([&]() -> IXMLDOMNodePtr {
+    const zam::Path steps(path.view());
+    // The document node is the parent of the only root.
+    const pugi::xml_node found =
+        m_Document ? m_Document->Find(m_Document->m_Tree, steps, index) : pugi::xml_node();
+    if (!found) {
+      Fail(zam::CodeNotFound, u"There is no element " + Quoted(path) + u".", nullptr);
     }
-    Fail(zam::CodeNotFound, u"There is no element " + Quoted(path) + u".", nullptr);
-    return {};
+    return found ? m_Document->Handle(found, steps.StepCount() <= 2 ? index : -1)
+                 : IXMLDOMNodePtr();
   });
 }
 
 IXMLDOMNodePtr ZAMXml::AddNode(ZAMTextView path, ZAMTextView text, int /*index*/) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  Access access{*this};
+  return access.Allocating([&]() -> IXMLDOMNodePtr {
     if (m_Document) {
-      Steps steps = zam::PathSteps(path.view());
-      const std::string name = steps.back();
-      steps.pop_back();
-      pugi::xml_node parent = m_Document->Root();
-      if (!steps.empty() && DropRoot(steps, parent)) {
-        if (!steps.empty()) {
-          parent = m_Document->m_Finder.Find(parent, steps, 0);
-        }
-        Access access{*this};
-        if (const pugi::xml_node added = parent ? access.Add(parent, {name}) : parent) {
-          access.SetText(added, text);
-          return m_Document->Handle(added);
-        }
+      const auto separator = path.view().rfind(u'/');
+      const zam::Path steps(path.view());
+      const pugi::xml_node parent =
+          steps.IsOneStep() ? pugi::xml_node()
+                            : m_Document->Find(m_Document->m_Tree,
+                                               zam::Path(path.view().substr(0, separator)), 0);
+      if (const pugi::xml_node added =
+              parent ? m_Document->AddElement(parent, steps.Last()) : parent) {
+        access.SetText(added, text);
+        return m_Document->Handle(added);
       }
     }
     Fail(zam::CodeNotAdded, u"There is no place for " + Quoted(path) + u".", nullptr);
@@ -200,7 +182,7 @@ IXMLDOMNodePtr ZAMXml::AddNode(ZAMTextView path, ZAMTextView text, int /*index*/
 }
 
 IXMLDOMNodePtr ZAMXml::GetChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, int index) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     const pugi::xml_node found = Access{*this}.Child(node, name, index);
     const bool oneStep = name.view().find(u'/') == std::u16string_view::npos;
     return found ? m_Document->Handle(found, oneStep ? index : -1) : IXMLDOMNodePtr();
@@ -209,16 +191,13 @@ IXMLDOMNodePtr ZAMXml::GetChildNode(const IXMLDOMNodePtr& node, ZAMTextView name
 
 IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
                                     int /*index*/) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     Access access{*this};
     const pugi::xml_node parent = access.Element(node);
     const pugi::xml_node added =
-        parent ? access.Add(parent, zam::PathSteps(name.view())) : pugi::xml_node();
+        parent ? m_Document->Add(parent, zam::Path(name.view())) : pugi::xml_node();
     if (!added) {
-      Fail(zam::CodeNotAdded,
-           GetNodePath(node) + u": " + Quoted(name) +
-               (parent ? u" would be nested too deep." : u" has no element to stand in."),
-           nullptr);
+      access.RefuseChild(node, name);
       return {};
     }
     access.SetText(added, text);
@@ -227,35 +206,25 @@ IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name
 }
 
 int ZAMXml::GetNodeCount(const IXMLDOMNodePtr& node, ZAMTextView name) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node parent = Access{*this}.Element(node);
-    return parent ? m_Document->m_Finder.Count(parent, zam::PathSteps(name.view())) : 0;
+    return parent ? m_Document->Count(parent, zam::Path(name.view())) : 0;
   });
 }
 
 int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node parent = Access{*this}.Element(node);
     if (!parent) {
       return 0;
     }
-    Steps steps = zam::PathSteps(name.view());
-    const std::string last = steps.back();
-    steps.pop_back();
-    if (steps.empty()) {
-      m_Document->RemoveElements(parent, last);
-      return 1;
-    }
-    for (int i = 0; const pugi::xml_node holder = m_Document->m_Finder.Find(parent, steps, i);
-         ++i) {
-      m_Document->RemoveElements(holder, last);
-    }
+    m_Document->RemoveElements(parent, zam::Path(name.view()));
     return 1;
   });
 }
 
 int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node parent = Access{*this}.Element(node);
     if (!parent) {
       return 0;
@@ -265,15 +234,27 @@ int ZAMXml::RemoveChildNodeAll(const IXMLDOMNodePtr& node) {
   });
 }
 
+int ZAMXml::RemoveChildNodes(const IXMLDOMNodePtr& node, ZAMTextView name, int first, int count) {
+  Access access{*this};
+  return access.Allocating([&] {
+    const pugi::xml_node parent = access.Element(node);
+    if (!parent) {
+      return 0;
+    }
+    m_Document->RemoveElements(parent, zam::StoredName(name.view()), first, count);
+    return 1;
+  });
+}
+
 IXMLDOMNodePtr ZAMXml::GetFirstChildNode(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     const pugi::xml_node parent = Access{*this}.Element(node);
     return parent ? m_Document->Handle(zam::ElementFrom(parent.first_child())) : IXMLDOMNodePtr();
   });
 }
 
 IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&]() -> IXMLDOMNodePtr {
+  return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     const pugi::xml_node element = Access{*this}.Element(node);
     return element ? m_Document->Handle(zam::ElementFrom(element.next_sibling()))
                    : IXMLDOMNodePtr();
@@ -281,8 +262,9 @@ IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
 }
 
 _bstr_t ZAMXml::GetNodeName(const IXMLDOMNodePtr& node) {
-  const pugi::xml_node element = Access{*this}.Element(node);
-  return element ? _bstr_t::FromUtf8(element.name()) : _bstr_t();
+  Access access{*this};
+  const pugi::xml_node element = access.Element(node);
+  return access.Allocating([&] { return element ? _bstr_t::FromUtf8(element.name()) : _bstr_t(); });
 }
 
 int ZAMXml::HasNode(const IXMLDOMNodePtr& node) const noexcept {
@@ -290,7 +272,7 @@ int ZAMXml::HasNode(const IXMLDOMNodePtr& node) const noexcept {
 }
 
 _bstr_t ZAMXml::GetNodePath(const IXMLDOMNodePtr& node) {
-  return zam::Allocating([&] {
+  return Access{*this}.Allocating([&] {
     const pugi::xml_node element = Access{*this}.Element(node);
     return element ? _bstr_t::FromUtf8(Access::PathOf(element, node.m_Node->m_Index)) : _bstr_t();
   });

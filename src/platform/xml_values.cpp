@@ -1,4 +1,5 @@
 #include <iterator>
+#include <utility>
 
 #include "platform/codes.h"
 #include "platform/name_escape.h"
@@ -17,61 +18,61 @@ constexpr int MaximumCounted = 256;
 
 }  // namespace
 
+void ZAMXml::Access::Assign(_bstr_t& text, std::string_view bytes) {
+  if (!text || !zam::IsSame(text.view(), bytes)) {
+    text = _bstr_t::FromUtf8(bytes);
+  }
+}
+
+void ZAMXml::Access::Assign(CString& text, std::string_view bytes) {
+  text = _bstr_t::FromUtf8(bytes);
+}
+
 pugi::xml_node ZAMXml::Access::Child(const IXMLDOMNodePtr& handle, ZAMTextView path,
                                      int index) const {
   const pugi::xml_node element = Element(handle);
-  return element ? m_Xml.m_Document->m_Finder.Find(element, zam::PathSteps(path.view()), index)
-                 : element;
+  return element ? m_Xml.m_Document->Find(element, zam::Path(path.view()), index) : element;
 }
 
 pugi::xml_node ZAMXml::Access::ChildToSet(const IXMLDOMNodePtr& handle, ZAMTextView path,
-                                          int index) {
+                                          int index) const {
   const pugi::xml_node element = Element(handle);
   if (!element) {
+    RefuseChild(handle, path);
     return element;
   }
-  const std::vector<std::string> steps = zam::PathSteps(path.view());
-  const pugi::xml_node found = m_Xml.m_Document->m_Finder.Find(element, steps, index);
-  const pugi::xml_node child = found ? found : Add(element, steps);
+  const zam::Path steps(path.view());
+  const pugi::xml_node found = m_Xml.m_Document->Find(element, steps, index);
+  const pugi::xml_node child = found ? found : m_Xml.m_Document->Add(element, steps);
   if (!child) {
-    m_Xml.Fail(
-        zam::CodeNotAdded,
-        m_Xml.GetNodePath(handle) + u": \"" + _bstr_t(path) + u"\" would be nested too deep.",
-        nullptr);
+    RefuseChild(handle, path);
   }
   return child;
 }
 
-pugi::xml_node ZAMXml::Access::Add(pugi::xml_node parent, const std::vector<std::string>& steps) {
-  ZAMXmlDocument& document = *m_Xml.m_Document;
-  if (zam::DepthOf(parent) + static_cast<int>(steps.size()) > zam::MaximumDepth) {
-    return {};
-  }
-  for (std::size_t i = 0; i + 1 < steps.size(); ++i) {
-    const pugi::xml_node known = document.m_Finder.Find(parent, {steps[i]}, 0);
-    parent = known ? known : document.AddElement(parent, steps[i]);
-  }
-  return document.AddElement(parent, steps.back());
+void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path) const {
+  m_Xml.Fail(zam::CodeNotAdded,
+             m_Xml.GetNodePath(parent) + u": \"" + _bstr_t(path) +
+                 (m_Xml.HasNode(parent) != 0 ? u"\" would be nested too deep."
+                                             : u"\" has no element to stand in."),
+             nullptr);
 }
 
-std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) {
+std::string ZAMXml::Access::Stored(ZAMTextView text, pugi::xml_node element) const {
   bool replaced = false;
   std::string stored = zam::ToXmlUtf8(text.view(), replaced);
   if (replaced) {
-    m_Xml.SetLog_Warring(ZAM_LOG_CATEGORY_XML,
-                         u"Characters that XML cannot carry were stored as U+FFFD.",
-                         _bstr_t::FromUtf8(PathOf(element, -1)), 0);
+    const _bstr_t what = u"Characters that XML cannot carry were stored as U+FFFD.";
+    const _bstr_t where = _bstr_t::FromUtf8(PathOf(element, -1));
+    m_Xml.SetLog_Warring(ZAM_LOG_CATEGORY_XML, what, where, 0);
+    if (m_Xml.m_pWarningLog != nullptr) {
+      m_Xml.m_pWarningLog->SetLog_Warring(ZAM_LOG_CATEGORY_XML, what, where, 0);
+    }
   }
   return stored;
 }
 
-template <class Text>
-int ZAMXml::Access::GetText(pugi::xml_node element, Text& text) const {
-  text = element ? _bstr_t::FromUtf8(m_Xml.m_Document->Text(element)) : _bstr_t(u"");
-  return element ? 1 : 0;
-}
-
-int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) {
+int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) const {
   if (!element) {
     return 0;
   }
@@ -82,17 +83,17 @@ int ZAMXml::Access::SetText(pugi::xml_node element, ZAMTextView text) {
 template <class Text>
 int ZAMXml::Access::GetAttribute(pugi::xml_node element, ZAMTextView name, Text& value) const {
   const pugi::xml_attribute attribute = element.attribute(zam::StoredName(name.view()).c_str());
-  value = _bstr_t::FromUtf8(attribute.value());
+  Assign(value, attribute.value());
   return attribute ? 1 : 0;
 }
 
-int ZAMXml::Access::SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTextView value) {
+int ZAMXml::Access::SetAttribute(pugi::xml_node element, const char* name,
+                                 ZAMTextView value) const {
   if (!element) {
     return 0;
   }
-  const std::string stored = zam::StoredName(name.view());
   const std::string bytes = Stored(value, element);
-  const pugi::xml_attribute known = element.attribute(stored.c_str());
+  const pugi::xml_attribute known = element.attribute(name);
   const auto attributes = element.attributes();
   if (!known && std::distance(attributes.begin(), attributes.end()) >= zam::MaximumAttributes) {
     return m_Xml.Fail(zam::CodeNotAdded,
@@ -100,8 +101,8 @@ int ZAMXml::Access::SetAttribute(pugi::xml_node element, ZAMTextView name, ZAMTe
                           u"attributes as can be read again.",
                       nullptr);
   }
-  pugi::xml_attribute attribute = known ? known : element.append_attribute(stored.c_str());
-  if ((!known && !attribute.set_name(stored.c_str())) || !attribute.set_value(bytes.c_str())) {
+  pugi::xml_attribute attribute = known ? known : element.append_attribute(name);
+  if ((!known && !attribute.set_name(name)) || !attribute.set_value(bytes.c_str(), bytes.size())) {
     if (!known) {
       element.remove_attribute(attribute);
     }
@@ -130,74 +131,78 @@ std::string ZAMXml::Access::PathOf(pugi::xml_node element, int index) {
 int ZAMXml::GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, _bstr_t& text,
                              int index) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
+  return access.Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
 }
 
 int ZAMXml::GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, CString& text,
                              int index) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
+  return access.Allocating([&] { return access.GetText(access.Child(node, name, index), text); });
 }
 
 int ZAMXml::SetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
                              int index) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.SetText(access.ChildToSet(node, name, index), text); });
 }
 
 int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, _bstr_t& value, int index) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Child(node, child, index), attribute, value); });
 }
 
 int ZAMXml::GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, CString& value, int index) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Child(node, child, index), attribute, value); });
 }
 
 int ZAMXml::SetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child,
                                   ZAMTextView attribute, ZAMTextView value, int index) {
   Access access{*this};
-  return zam::Allocating(
-      [&] { return access.SetAttribute(access.ChildToSet(node, child, index), attribute, value); });
+  return access.Allocating([&] {
+    return access.SetAttribute(access.ChildToSet(node, child, index),
+                               zam::StoredName(attribute.view()).c_str(), value);
+  });
 }
 
 int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, _bstr_t& text) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Element(node), text); });
+  return access.Allocating([&] { return access.GetText(access.Element(node), text); });
 }
 
 int ZAMXml::GetNodeText(const IXMLDOMNodePtr& node, CString& text) {
   Access access{*this};
-  return zam::Allocating([&] { return access.GetText(access.Element(node), text); });
+  return access.Allocating([&] { return access.GetText(access.Element(node), text); });
 }
 
 int ZAMXml::SetNodeText(const IXMLDOMNodePtr& node, ZAMTextView text) {
   Access access{*this};
-  return zam::Allocating([&] { return access.SetText(access.Element(node), text); });
+  return access.Allocating([&] { return access.SetText(access.Element(node), text); });
 }
 
 int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, _bstr_t& value) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Element(node), attribute, value); });
 }
 
 int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, CString& value) {
   Access access{*this};
-  return zam::Allocating(
+  return access.Allocating(
       [&] { return access.GetAttribute(access.Element(node), attribute, value); });
 }
 
 int ZAMXml::SetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, ZAMTextView value) {
   Access access{*this};
-  return zam::Allocating(
-      [&] { return access.SetAttribute(access.Element(node), attribute, value); });
+  return access.Allocating([&] {
+    return access.SetAttribute(access.Element(node), zam::StoredName(attribute.view()).c_str(),
+                               value);
+  });
 }
 
 int ZAMXml::GetAttributeCount(const IXMLDOMNodePtr& node) {
@@ -206,12 +211,16 @@ int ZAMXml::GetAttributeCount(const IXMLDOMNodePtr& node) {
 }
 
 int ZAMXml::GetAttribute(const IXMLDOMNodePtr& node, int index, _bstr_t& name, _bstr_t& value) {
-  for (const pugi::xml_attribute attribute : Access{*this}.Element(node).attributes()) {
-    if (index-- == 0) {
-      value = _bstr_t::FromUtf8(attribute.value());
-      name = _bstr_t::FromUtf8(attribute.name());
-      return 1;
+  Access access{*this};
+  return access.Allocating([&] {
+    for (const pugi::xml_attribute attribute : access.Element(node).attributes()) {
+      if (index-- == 0) {
+        _bstr_t found = _bstr_t::FromUtf8(attribute.value());
+        name = _bstr_t::FromUtf8(attribute.name());
+        value = std::move(found);
+        return 1;
+      }
     }
-  }
-  return 0;
+    return 0;
+  });
 }

@@ -1,51 +1,48 @@
 #include "platform/xml_writer.h"
 
+#include <array>
 #include <string_view>
 
 namespace zam {
 namespace {
 
-/// Appends a text, each of the special characters as a reference.
-void AppendEscaped(std::string& out, std::string_view text, const char* special) {
-  for (;;) {
-    const auto position = text.find_first_of(special);
-    out += text.substr(0, position);
-    if (position == std::string_view::npos) {
-      return;
+/// What stands for a character in a text or an attribute; null where it stands for itself.
+using References = std::array<const char*, 256>;
+
+constexpr References TextReferences = [] {
+  References references{};
+  references['&'] = "&amp;";
+  references['<'] = "&lt;";
+  references['>'] = "&gt;";
+  references['\r'] = "&#13;";
+  return references;
+}();
+
+constexpr References AttributeReferences = [] {
+  References references = TextReferences;
+  references['"'] = "&quot;";
+  references['\t'] = "&#9;";
+  references['\n'] = "&#10;";
+  return references;
+}();
+
+void AppendEscaped(std::string& out, std::string_view text, const References& references) {
+  const char* run = text.data();
+  const char* const end = run + text.size();
+  for (const char* at = run; at != end; ++at) {
+    if (const char* const reference = references[static_cast<unsigned char>(*at)]) {
+      out.append(run, at).append(reference);
+      run = at + 1;
     }
-    switch (text[position]) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      case '\t':
-        out += "&#9;";
-        break;
-      case '\n':
-        out += "&#10;";
-        break;
-      default:
-        out += "&#13;";
-        break;
-    }
-    text.remove_prefix(position + 1);
   }
+  out.append(run, end);
 }
 
-void AppendText(std::string& out, std::string_view text) { AppendEscaped(out, text, "&<>\r"); }
-
 void AppendAttributes(std::string& out, pugi::xml_node node) {
-  for (const pugi::xml_attribute attribute : node.attributes()) {
-    out.append(" ").append(attribute.name()).append("=\"");
-    AppendEscaped(out, attribute.value(), "&<>\"\t\n\r");
+  for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+       attribute = attribute.next_attribute()) {
+    out.append(1, ' ').append(attribute.name()).append("=\"");
+    AppendEscaped(out, attribute.value(), AttributeReferences);
     out += '"';
   }
 }
@@ -67,7 +64,7 @@ void AppendStart(std::string& out, pugi::xml_node node) {
       out += node.first_child() ? ">" : "/>";
       break;
     case pugi::node_pcdata:
-      AppendText(out, node.value());
+      AppendEscaped(out, node.value(), TextReferences);
       break;
     case pugi::node_cdata:
       out.append("<![CDATA[").append(node.value()).append("]]>");

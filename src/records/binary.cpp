@@ -141,13 +141,56 @@ void WarnUnreadable(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr
   }
 }
 
-void WriteData(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element) {
+/// The elements of a block: the header, then the data.
+constexpr std::array<const char16_t*, 5> ElementNames{u"Encoding", u"ByteOrder", u"BytePerData",
+                                                      u"CountOfData", u"Data"};
+constexpr std::size_t HeaderSize = 4;
+
+/// One element of the header.
+struct HeaderElement {
+  _bstr_t m_Text;
+  _bstr_t m_Code;  ///< null where there is no attribute
+};
+using Header = std::array<HeaderElement, HeaderSize>;
+
+Header HeaderOf(const ZAMXMLBinary& block) {
+  const auto byteOrder = std::size_t{block.m_ByteOrder != 0};
+  return {{{EncodingNames[static_cast<std::size_t>(block.m_Encoding)], Decimal(block.m_Encoding)},
+           {ByteOrderNames[byteOrder], Decimal(static_cast<int>(byteOrder))},
+           {Decimal(block.m_BytePerData), nullptr},
+           {Decimal(block.m_CountOfData), nullptr}}};
+}
+
+bool HasHeader(ZAMXml& xml, const IXMLDOMNodePtr& element, const Header& header) {
+  _bstr_t text;
+  for (std::size_t i = 0; i < HeaderSize; ++i) {
+    const HeaderElement& wanted = header[i];
+    if (xml.GetChildNodeText(element, ElementNames[i], text) == 0 || text != wanted.m_Text ||
+        (!!wanted.m_Code &&
+         (xml.GetChildNodeAttribute(element, ElementNames[i], u"code", text) == 0 ||
+          text != wanted.m_Code))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void AddHeader(ZAMXml& xml, const IXMLDOMNodePtr& element, const Header& header) {
+  for (std::size_t i = 0; i < HeaderSize; ++i) {
+    zam::AddChild(xml, element, ElementNames[i], header[i].m_Text, 0, [&](IXMLDOMNodePtr& child) {
+      if (!!header[i].m_Code) {
+        xml.SetNodeAttribute(child, u"code", header[i].m_Code);
+      }
+    });
+  }
+}
+
+void AddData(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element) {
   const int length = static_cast<int>(block.m_BinaryLength);
   const int width = block.m_BytePerData;
   const int longest = block.m_BlockByteLength - block.m_BlockByteLength % StretchUnit(block);
   const bool invert = IsInverted(block);
   CString text;
-  xml.RemoveChildNodeAll(element, u"Data");
   for (int start = 0, index = 0; start < length; ++index) {
     const int stretch = std::min(longest, length - start);
     zam::AddChild(xml, element, u"Data", nullptr, index, [&](const IXMLDOMNodePtr& data) {
@@ -159,6 +202,33 @@ void WriteData(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& ele
       }
     });
     start += stretch;
+  }
+}
+
+/// Writes a block beside the one that its element holds and removes that one when the new one is
+/// whole. After a failure, what was added goes again.
+void ReplaceBlock(const ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element) {
+  constexpr int All = std::numeric_limits<int>::max();
+  const Header header = HeaderOf(block);
+  const bool sameHeader = HasHeader(xml, element, header);
+  std::array<int, ElementNames.size()> before{};
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    before[i] = xml.GetNodeCount(element, ElementNames[i]);
+  }
+  try {
+    if (!sameHeader) {
+      AddHeader(xml, element, header);
+    }
+    AddData(block, xml, element);
+  } catch (...) {
+    for (std::size_t i = 0; i < before.size(); ++i) {
+      xml.RemoveChildNodes(element, ElementNames[i], before[i], All);
+    }
+    throw;
+  }
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    const bool replaced = i < HeaderSize ? !sameHeader : block.m_BinaryLength > 0;
+    xml.RemoveChildNodes(element, ElementNames[i], 0, replaced ? before[i] : 0);
   }
 }
 
@@ -239,19 +309,10 @@ int ZAMXMLBinary::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log)
 int ZAMXMLBinary::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunCatching(xml, element, log, [&] {
     RequireWritable(*this);
-    const auto encoding = static_cast<std::size_t>(m_Encoding);
-    const int byteOrder = m_ByteOrder != 0 ? 1 : 0;
-    zam::WritingFields fields(xml, element, log);
-    fields.Text(u"Encoding", EncodingNames[encoding]);
-    fields.Attribute(u"Encoding", u"code", Decimal(m_Encoding));
-    fields.Text(u"ByteOrder", ByteOrderNames[static_cast<std::size_t>(byteOrder)]);
-    fields.Attribute(u"ByteOrder", u"code", Decimal(byteOrder));
-    fields.Text(u"BytePerData", Decimal(m_BytePerData));
-    fields.Text(u"CountOfData", Decimal(m_CountOfData));
     if (m_BinaryLength > 0) {
       WarnUnreadable(*this, xml, element, log);
-      WriteData(*this, xml, element);
     }
+    ReplaceBlock(*this, xml, element);
     return 1;
   });
 }
@@ -271,7 +332,9 @@ int ZAMXMLBinary::IsValid() const noexcept {
 int ZAMXMLBinary::EncodeSeparateValue(CString& text, ZAMTextView separator,
                                       const unsigned char* data, int bytesPerDatum, int count,
                                       int invert) {
-  return zam::EncodeValues(text, separator.view(), data, bytesPerDatum, count, invert != 0) ? 1 : 0;
+  // A copy: the separator may be the text itself.
+  const _bstr_t between(separator);
+  return zam::EncodeValues(text, between.view(), data, bytesPerDatum, count, invert != 0) ? 1 : 0;
 }
 
 int ZAMXMLBinary::DecodeSeparateValue(const CString& text, ZAMTextView separator,

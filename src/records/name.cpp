@@ -19,7 +19,9 @@ constexpr NameOrder GivenFirst = {&ZAMXMLName::m_Prefix, &ZAMXMLName::m_Given,
 /// Finds out whether a record of texts holds any character.
 class SearchingFields {
 public:
-  void Text(ZAMTextView, const _bstr_t& value) { m_Found = m_Found || value.length() > 0; }
+  void Text(const zam::FieldName&, const _bstr_t& value) {
+    m_Found = m_Found || value.length() > 0;
+  }
   bool Found() const { return m_Found; }
 
 private:

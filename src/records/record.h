@@ -3,6 +3,7 @@
 #include <exception>
 #include <new>
 
+#include "platform/xml_fields.h"
 #include "zamxml/platform/array.h"
 #include "zamxml/platform/error.h"
 #include "zamxml/platform/log.h"
@@ -27,10 +28,16 @@
 /// repeated children.
 namespace zam {
 
+/// Raised after the tree refused a step and recorded why: its entry is the reason.
+class StepRefused {};
+
 /// Records the exception that is being handled in the tree's log, with the place of the element,
 /// and copies that log into the caller's. To be called in a catch block.
 inline void ReportCaught(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log) noexcept {
   const auto record = [&xml, &element](int code, const char* what) noexcept {
+    if (code == E_OUTOFMEMORY) {
+      xml.ReportShortage();
+    }
     try {
       xml.SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_XML, code, what, xml.GetNodePath(element), 0);
     } catch (...) {
@@ -40,6 +47,8 @@ inline void ReportCaught(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log
   };
   try {
     throw;
+  } catch (const StepRefused&) {
+    // The tree's entry is the reason.
   } catch (const _com_error& error) {
     record(error.Error(), error.what());
   } catch (const std::bad_alloc& error) {
@@ -73,10 +82,10 @@ int RunGuarded(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log, Body bod
   return RunCatching(xml, element, log, body);
 }
 
-/// Ends a write that could not store a value or an element, so that none is lost in silence.
+/// Ends a write whose value or element the tree refused, so that none is lost in silence.
 inline void RequireStored(bool stored) {
   if (!stored) {
-    throw _com_error(E_INVALIDARG);
+    throw StepRefused();
   }
 }
 
@@ -92,10 +101,10 @@ inline IXMLDOMNodePtr FindOrAddChild(ZAMXml& xml, const IXMLDOMNodePtr& element,
 /// Makes the fields of a record empty.
 class ClearingFields {
 public:
-  void Text(ZAMTextView, _bstr_t& value) { value = u""; }
-  void Attribute(ZAMTextView, ZAMTextView, _bstr_t& value) { value = u""; }
+  void Text(FieldName, _bstr_t& value) { value = u""; }
+  void Attribute(FieldName, FieldName, _bstr_t& value) { value = u""; }
   template <class Record>
-  void Nested(ZAMTextView, Record& record) {
+  void Nested(FieldName, Record& record) {
     record.Clear();
   }
   template <class Rule>
@@ -106,15 +115,16 @@ public:
 class ReadingFields {
 public:
   ReadingFields(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log)
-      : m_Xml(xml), m_Element(element), m_Log(log) {}
+      : m_Xml(xml), m_Cursor(xml, element), m_Log(log) {}
 
-  void Text(ZAMTextView name, _bstr_t& value) { m_Xml.GetChildNodeText(m_Element, name, value, 0); }
-  void Attribute(ZAMTextView child, ZAMTextView attribute, _bstr_t& value) {
-    m_Xml.GetChildNodeAttribute(m_Element, child, attribute, value, 0);
+  void Text(const FieldName& name, _bstr_t& value) { m_Cursor.ReadText(name, value); }
+  void Attribute(const FieldName& child, const FieldName& attribute, _bstr_t& value) {
+    m_Cursor.ReadAttribute(child, attribute, value);
   }
+  IXMLDOMNodePtr Child(const FieldName& name) { return m_Cursor.Child(name); }
   template <class Record>
-  void Nested(ZAMTextView name, Record& record) {
-    IXMLDOMNodePtr child = m_Xml.GetChildNode(m_Element, name, 0);
+  void Nested(const FieldName& name, Record& record) {
+    IXMLDOMNodePtr child = Child(name);
     if (child) {
       record.ReadFromXML(m_Xml, child, m_Log);
     }
@@ -127,7 +137,7 @@ public:
 
 private:
   ZAMXml& m_Xml;
-  const IXMLDOMNodePtr& m_Element;
+  FieldCursor m_Cursor;
   ZAMLog* m_Log;
 };
 
@@ -135,18 +145,22 @@ private:
 class WritingFields {
 public:
   WritingFields(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log)
-      : m_Xml(xml), m_Element(element), m_Log(log) {}
+      : m_Xml(xml), m_Cursor(xml, element), m_Log(log) {}
 
-  void Text(ZAMTextView name, ZAMTextView value) {
-    RequireStored(m_Xml.SetChildNodeText(m_Element, name, value, 0) != 0);
+  void Text(const FieldName& name, ZAMTextView value) {
+    RequireStored(m_Cursor.WriteText(name, value));
   }
-  void Attribute(ZAMTextView child, ZAMTextView attribute, ZAMTextView value) {
-    RequireStored(m_Xml.SetChildNodeAttribute(m_Element, child, attribute, value, 0) != 0);
+  void Attribute(const FieldName& child, const FieldName& attribute, ZAMTextView value) {
+    RequireStored(m_Cursor.WriteAttribute(child, attribute, value));
+  }
+  IXMLDOMNodePtr Child(const FieldName& name) {
+    IXMLDOMNodePtr child = m_Cursor.ChildToWrite(name);
+    RequireStored(static_cast<bool>(child));
+    return child;
   }
   template <class Record>
-  void Nested(ZAMTextView name, Record& record) {
-    IXMLDOMNodePtr child = FindOrAddChild(m_Xml, m_Element, name);
-    RequireStored(static_cast<bool>(child));
+  void Nested(const FieldName& name, Record& record) {
+    IXMLDOMNodePtr child = Child(name);
     record.WriteToXML(m_Xml, child, m_Log);
   }
   template <class Rule>
@@ -154,7 +168,7 @@ public:
 
 private:
   ZAMXml& m_Xml;
-  const IXMLDOMNodePtr& m_Element;
+  FieldCursor m_Cursor;
   ZAMLog* m_Log;
 };
 
@@ -196,14 +210,14 @@ void ForEachChild(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMTextView name, 
   }
 }
 
-/// Adds a child of that name and text and hands it to the body. It is released afterwards, which
-/// raises _com_error (E_POINTER) when it could not be added.
+/// Adds a child of that name and text and hands it to the body. Raises StepRefused when it could
+/// not be added.
 template <class Body>
 void AddChild(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMTextView name, ZAMTextView text,
               int index, Body body) {
   IXMLDOMNodePtr child = xml.AddChildNode(element, name, text, index);
+  RequireStored(static_cast<bool>(child));
   body(child);
-  child.Release();
 }
 
 /// The same for a child that holds nothing but its text.

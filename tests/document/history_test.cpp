@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <new>
-#include <stdexcept>
-
-#include "support/allocation.h"
 #include "support/document.h"
 
 namespace {
@@ -74,37 +70,6 @@ TEST_F(DocumentHistory, AReadingThatFailsKeepsTheListAndTheNextMoveRepairs) {
     ASSERT_EQ(m_Document.SetHistory(0), 1);
     EXPECT_EQ(m_Document.Weight(), u"60");
     EXPECT_EQ(m_Document.SetHistory(2), 1);
-  }
-}
-
-/// With memory failing anywhere in a move, what is saved afterwards is still the original content.
-TEST_F(DocumentHistory, AnInterruptedMoveIsRepairedByTheNext) {
-  bool succeeded = false;
-  auto changes = test::ThreeWeights();
-  changes[1] = {"PatientInfo/Name", "", "Kim^^^^^", "Kim Min-seo^Kim^Min-seo^^^", "NAME"};
-  changes[2].m_Old = "60";
-  for (int number = 1; !succeeded; ++number) {
-    Open(test::DocumentBytes(changes));
-    {
-      const test::FailingAllocation failing(number);
-      try {
-        const bool shown = m_Document.SetHistory(-1) == 1;
-        if (shown) {
-          ASSERT_EQ(m_Document.m_PatientInfo.m_Name.m_Full, u"Kim") << number;
-        }
-        succeeded = shown && !failing.Happened();
-      } catch (const std::bad_alloc&) {
-      } catch (const _com_error& error) {
-        EXPECT_EQ(error.Error(), E_OUTOFMEMORY);
-      }
-    }
-    ASSERT_EQ(m_Document.GetHistoryCount(), 3) << number;
-    ASSERT_EQ(m_Document.SetHistory(1), 1) << number;
-    ASSERT_EQ(m_Document.m_PatientInfo.m_Name.m_Given, u"Min-seo") << number;
-    ASSERT_EQ(m_Document.SetHistoryToOriginal(), 1) << number;
-    ASSERT_EQ(m_Document.m_PatientInfo.m_Name.m_Full, u"Kim") << number;
-    ASSERT_EQ(m_Document.Weight(), u"58") << number;
-    ASSERT_LT(number, 10000);
   }
 }
 

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <utility>
+
 #include "support/document.h"
 
 namespace {
@@ -170,6 +173,129 @@ TEST_F(DocumentSaving, TemplatesAreCopiedByteForByte) {
   EXPECT_EQ(copy(&module, 8), "0") << "no such resource: the file is empty";
   EXPECT_EQ(copy(nullptr, 7), "0");
   EXPECT_EQ(test::Document::CopyXMLTemplate(&module, 7, m_Folder.Path("no/where").c_str()), 0);
+}
+
+TEST_F(DocumentSaving, HostCarriesItsSectionsOverInATemplate) {
+  ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights(), "", "OTHER")), 1);
+  m_Document.m_CopyTemplate = [&](const _bstr_t& path) {
+    return m_Document.m_Xml.SaveAs(path, nullptr);
+  };
+  ASSERT_EQ(m_Document.Save(), 1);
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/Foreign/Row"), "1");
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/Weight"), "58");
+  EXPECT_EQ(m_Document.Weight(), u"62");
+  EXPECT_EQ(test::Entries(m_Document), "") << "nothing was dropped";
+}
+
+TEST_F(DocumentSaving, DroppedSectionsAreNamed) {
+  ASSERT_EQ(Open(test::DocumentBytes({}, "", "OTHER")), 1);
+  m_Document.m_Xml.AddNode(u"KESTRANE_ZAM/Recording", nullptr);
+  m_Document.m_Xml.AddNode(u"KESTRANE_ZAM/Recording", nullptr);
+  ASSERT_EQ(m_Document.BeginModify(u"1", u"u", u"U"), 1);
+  EXPECT_NE(test::Entries(m_Document).find("| Foreign, Recording\n"), std::string::npos)
+      << test::Entries(m_Document);
+}
+
+TEST_F(DocumentSaving, WithheldHistoryIsInNoSave) {
+  ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights(), "", "OTHER")), 1);
+  m_Document.m_WithholdsHistory = true;
+  for (const char* save : {"first", "second", "after a commit"}) {
+    SCOPED_TRACE(save);
+    m_Document.ClearLog();
+    ASSERT_EQ(m_Document.Save(), 1);
+    EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/Weight"), "58");
+    EXPECT_EQ(Reread(u"KESTRANE_ZAM/Modifications"), "(none)");
+    EXPECT_EQ(m_Document.Weight(), u"62") << "the document in memory keeps it";
+    EXPECT_EQ(test::Entries(m_Document).find("-2009"), std::string::npos);
+    ASSERT_EQ(m_Document.SetHistory(0), 1);
+    EXPECT_EQ(m_Document.Weight(), u"60");
+    ASSERT_EQ(m_Document.BeginModify(u"4", u"u", u"U"), 1);
+    m_Document.AddChangeItem(u"", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING, u"62");
+    EXPECT_EQ(m_Document.m_pModification->GetChange(0)->m_OldValue, u"62");
+    ASSERT_EQ(m_Document.CommitModify(), 1);
+    ASSERT_EQ(m_Document.SetHistoryToLast(), 1);
+  }
+}
+
+TEST_F(DocumentSaving, ListWithoutARootIsBuiltIntoOne) {
+  m_Document.m_CompatibleResult = 1;
+  test::WriteBytes(m_Path, "<Older/>");
+  ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+  m_Document.m_PatientInfo.m_ID = u"P9";
+  m_Document.m_Modifications.m_ModificationList.Add(new ZAMXMLModification);
+  EXPECT_EQ(m_Document.SetHistory(0), 0);
+  EXPECT_NE(test::Entries(m_Document).find("-2009"), std::string::npos);
+  EXPECT_EQ(m_Document.SaveAs(m_Folder.Path("no/where").c_str(), nullptr), 0);
+  ASSERT_EQ(m_Document.BeginModify(u"2", u"u", u"U"), 1);
+  ASSERT_EQ(m_Document.CommitModify(), 1);
+  ASSERT_EQ(m_Document.Save(), 1);
+  EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/ID"), "P9");
+  ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+  EXPECT_EQ(m_Document.GetHistoryCount(), 2);
+}
+
+/// What a host does to the document in a hook while it is saved, and what the save then gives.
+struct Meanwhile {
+  const char* m_Name;
+  std::function<void(test::Document&, const std::string& other)> m_Do;
+  bool m_Replaces;  ///< the document is another one afterwards
+};
+
+TEST_F(DocumentSaving, HooksMayReplaceOrMoveTheDocument) {
+  const std::string other = m_Folder.Path("other.xml");
+  test::WriteBytes(other,
+                   "<KESTRANE_ZAM><DocumentInfo/><PatientInfo><ID>B</ID></PatientInfo>"
+                   "<OrderInfo/><StudyInfo/></KESTRANE_ZAM>");
+  const Meanwhile calls[] = {
+      {"Close", [](auto& document, auto&) { document.Close(); }, true},
+      {"New", [](auto& document, auto&) { document.New(nullptr); }, true},
+      {"Open", [](auto& document, auto& path) { document.Open(path.c_str(), nullptr); }, true},
+      {"SetHistory", [](auto& document, auto&) { document.SetHistory(0); }, false},
+      {"BeginModify", [](auto& document, auto&) { document.BeginModify(u"1", u"u", u"U"); }, false},
+  };
+  int fired = 0;
+  for (const Meanwhile& call : calls) {
+    for (const std::string hook : {"changed", "template", "write-own"}) {
+      for (const std::string id : {"UNKNOWN", "OTHER"}) {
+        for (const int position : {2, -1}) {
+          SCOPED_TRACE(call.m_Name + (' ' + hook + ' ' + id + ' ') + std::to_string(position));
+          const std::string bytes = test::DocumentBytes(test::ThreeWeights(), "", id);
+          ASSERT_EQ(Open(bytes), 1);
+          ASSERT_EQ(m_Document.SetHistory(position), 1);
+          m_Document.m_Hook = hook;
+          m_Document.m_Meanwhile = [&] { call.m_Do(m_Document, other); };
+          const int saved = m_Document.Save();
+          if (std::exchange(m_Document.m_Meanwhile, nullptr)) {
+            EXPECT_EQ(saved, 1) << "the hook is not called here";
+            continue;
+          }
+          ++fired;
+          const bool opened = m_Document.IsOpened() != 0;
+          if (call.m_Replaces) {
+            EXPECT_EQ(saved, 0);
+            const bool isOther = std::string(call.m_Name) == "Open";
+            EXPECT_EQ(m_Document.m_PatientInfo.m_ID, isOther ? u"B" : u"");
+            EXPECT_EQ(m_Document.GetHistoryCount(), 0);
+            EXPECT_EQ(m_Document.Save(), isOther ? 1 : 0);
+            EXPECT_EQ(test::ReadBytes(m_Path), bytes);
+            continue;
+          }
+          EXPECT_TRUE(opened);
+          EXPECT_TRUE(saved != 0 || test::ReadBytes(m_Path) == bytes);
+          const int shown = m_Document.m_nHistory;
+          EXPECT_EQ(shown, std::string(call.m_Name) == "SetHistory" ? 0 : position);
+          const char16_t* const weights[] = {u"58", u"60", u"61", u"62"};
+          EXPECT_EQ(m_Document.Weight(), weights[shown + 1]);
+          ASSERT_EQ(m_Document.Save(), 1);
+          EXPECT_EQ(Reread(u"KESTRANE_ZAM/PatientInfo/Weight"), "58");
+          ASSERT_EQ(m_Document.SetHistoryToLast(), 1);
+          EXPECT_EQ(m_Document.Weight(), u"62");
+          EXPECT_EQ(m_Document.GetHistoryCount(), 3);
+        }
+      }
+    }
+  }
+  EXPECT_EQ(fired, 5 * 6);
 }
 
 }  // namespace

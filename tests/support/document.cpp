@@ -51,6 +51,9 @@ std::string Document::TakeCalls() { return std::exchange(m_Calls, {}); }
 
 int Document::Call(const std::string& hook, int result) {
   m_Calls += (m_Calls.empty() ? "" : " ") + hook;
+  if (hook == m_Hook && m_Meanwhile) {
+    std::exchange(m_Meanwhile, nullptr)();
+  }
   return hook == m_Failing ? 0 : result;
 }
 
@@ -64,7 +67,13 @@ void Document::OnHistoryChanged() {
   }
   m_ShownWeights.push_back(Weight().utf8());
 }
+int Document::OnWriteModification(ZAMXml& xml, ZAMLog* log) {
+  return Call("write-list", m_WithholdsHistory ? 1 : ZAMXMLFile::OnWriteModification(xml, log));
+}
 int Document::OnCopyXMLTemplate(const _bstr_t& path) {
+  if (m_CopyTemplate) {
+    return Call("template", m_CopyTemplate(path));
+  }
   if (m_Template.empty()) {
     return Call("template", ZAMXMLFile::OnCopyXMLTemplate(path));
   }

@@ -40,11 +40,15 @@ public:
   /// The hooks called since, joined by spaces.
   std::string TakeCalls();
 
-  std::string m_Failing;                    ///< the hook that gives 0
-  int m_CompatibleResult = 0;               ///< what OnOpenCompatible gives
-  int m_NonStandardResult = 1;              ///< what OnWriteNonStandard gives
-  std::string m_Template;                   ///< what OnCopyXMLTemplate writes, unless it is empty
-  std::function<void()> m_WhenChanged;      ///< what a host does in OnHistoryChanged
+  std::string m_Failing;                ///< the hook that gives 0
+  int m_CompatibleResult = 0;           ///< what OnOpenCompatible gives
+  int m_NonStandardResult = 1;          ///< what OnWriteNonStandard gives
+  std::string m_Template;               ///< what OnCopyXMLTemplate writes, unless it is empty
+  std::function<void()> m_WhenChanged;  ///< what a host does in OnHistoryChanged
+  std::string m_Hook;                   ///< the hook in which a host does m_Meanwhile, once
+  std::function<void()> m_Meanwhile;
+  std::function<int(const _bstr_t& path)> m_CopyTemplate;  ///< what OnCopyXMLTemplate does, if set
+  bool m_WithholdsHistory = false;          ///< whether OnWriteModification writes nothing
   std::vector<std::string> m_ShownWeights;  ///< the weight at each OnHistoryChanged
 
   _bstr_t Weight() const { return m_PatientInfo.m_Weight; }
@@ -67,7 +71,7 @@ protected:
   TEST_HOOK(OnWritePatientInfo, "write-patient");
   TEST_HOOK(OnWriteOrderInfo, "write-order");
   TEST_HOOK(OnWriteStudyInfo, "write-study");
-  TEST_HOOK(OnWriteModification, "write-list");
+  int OnWriteModification(ZAMXml& xml, ZAMLog* log) override;
   int OnWriteNonStandard(ZAMXml& xml, ZAMLog* log) override;
 #undef TEST_HOOK
 

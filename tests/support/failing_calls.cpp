@@ -67,14 +67,6 @@ int close(int descriptor) {
   return Fails(test::Call::Close) ? -1 : error;
 }
 
-#if TEST_MALLOC_CAN_FAIL
-void* __libc_malloc(size_t size);
-
-void* malloc(size_t size) noexcept {
-  return Fails(test::Call::Malloc) ? nullptr : __libc_malloc(size);
-}
-#endif
-
 }  // extern "C"
 
 namespace test {

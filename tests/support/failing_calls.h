@@ -5,20 +5,7 @@
 namespace test {
 
 /// System calls of this program, the library's among them, that can be made to fail.
-enum class Call { Open, Write, Fsync, Fchmod, Rename, Close, Malloc };
-
-/// The sanitizers bring a malloc of their own: there Call::Malloc never fails.
-#if defined(__has_feature)
-#define TEST_HAS_FEATURE(name) __has_feature(name)
-#else
-#define TEST_HAS_FEATURE(name) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
-    TEST_HAS_FEATURE(address_sanitizer) || TEST_HAS_FEATURE(thread_sanitizer)
-#define TEST_MALLOC_CAN_FAIL 0
-#else
-#define TEST_MALLOC_CAN_FAIL 1
-#endif
+enum class Call { Open, Write, Fsync, Fchmod, Rename, Close };
 
 /// Lets one such call of this thread fail with that errno: the n-th from now, counted from 1. A
 /// write with errno 0 writes one byte only. None fails any more after the object's end.

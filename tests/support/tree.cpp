@@ -26,8 +26,12 @@ namespace {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "zamxml-test-XXXXXX").string();
+TemporaryFolder::TemporaryFolder(Medium medium) {
+  const std::filesystem::path memory = "/dev/shm";
+  const bool inMemory = medium == Medium::Memory && std::filesystem::is_directory(memory);
+  std::string name =
+      ((inMemory ? memory : std::filesystem::temp_directory_path()) / "zamxml-test-XXXXXX")
+          .string();
   if (mkdtemp(name.data()) == nullptr) {
     throw std::runtime_error("No temporary folder");
   }
@@ -55,7 +59,7 @@ void WriteBytes(const std::filesystem::path& path, std::string_view bytes) {
 }
 
 void Load(ZAMXml& xml, std::string_view bytes) {
-  const TemporaryFolder folder;
+  const TemporaryFolder folder(TemporaryFolder::Medium::Memory);
   WriteBytes(folder.Path("document.xml"), bytes);
   if (xml.Open(folder.Path("document.xml").c_str(), nullptr) == 0) {
     Fail("Cannot open the document", xml);
@@ -63,7 +67,7 @@ void Load(ZAMXml& xml, std::string_view bytes) {
 }
 
 std::string Saved(ZAMXml& xml) {
-  const TemporaryFolder folder;
+  const TemporaryFolder folder(TemporaryFolder::Medium::Memory);
   xml.SetDurable(0);
   if (xml.SaveAs(folder.Path("document.xml").c_str(), nullptr) == 0) {
     Fail("Cannot save the document", xml);

@@ -15,7 +15,10 @@ namespace test {
 /// A folder of its own, removed at the end with all that it holds.
 class TemporaryFolder {
 public:
-  TemporaryFolder();
+  enum class Medium { Disk, Memory };
+
+  /// A folder in memory makes many small files cheap; it is on the disk where there is none.
+  explicit TemporaryFolder(Medium medium = Medium::Disk);
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder();

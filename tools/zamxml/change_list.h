@@ -24,5 +24,5 @@ bool Concerns(const PathFilter& filter, const ZAMXMLChangeItem& item);
 /// "3  2024-03-05 11:02:17  rpark (Rina Park)", the number in colour.
 std::string Headline(const ZAMXMLModification& modification, int number);
 
-/// "    PATH: old → new" lines on the standard output, of the changes that the filter takes.
-void PrintChanges(const ZAMXMLModification& modification, const PathFilter& filter);
+/// "    PATH: old → new" lines of the changes that the filter takes.
+std::string ChangeLines(const ZAMXMLModification& modification, const PathFilter& filter);

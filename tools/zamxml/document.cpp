@@ -1,21 +1,51 @@
 #include "document.h"
 
 #include <charconv>
+#include <new>
 
 #include "failure.h"
+#include "memory.h"
 #include "text.h"
+
+namespace {
+
+/// The library's code for a file that could be read and is no XML.
+constexpr int NotWellFormed = -2004;
+
+bool IsNotWellFormed(const ZAMLog& log) {
+  return log.GetLogCount() != 0 && log.GetLog(log.GetLogCount() - 1).m_Code == NotWellFormed;
+}
+
+}  // namespace
 
 Document::Document(const std::string& path, const std::string& name) : m_Name(name) {
   ZAMLog log;
-  if (Open(FileName(path), &log) == 0) {
-    throw Failure(m_Name, "cannot open it", Reason(log, path));
+  const int opened = Open(FileName(path), &log);
+  RequireMemory(m_Xml);
+  if (opened != 0) {
+    return;
+  }
+  if (m_WasRead || IsNotWellFormed(log)) {
+    throw Unsound(m_Name, "cannot open it", Reason(log, path));
+  }
+  throw Failure(m_Name, "cannot open it", Reason(log, path));
+}
+
+Document::Document(ZAMXml& tree, const std::string& name) : m_Name(name) {
+  ZAMLog log;
+  const int opened = OpenOrClose([&] { return m_Xml.Copy(tree, &log) == 0 ? 0 : Read(&log); });
+  RequireMemory(m_Xml);
+  if (opened == 0) {
+    throw Unsound(m_Name, "it makes no document", Reason(log, m_Name));
   }
 }
 
 int Document::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
-  if (m_Xml.Open(path, log) == 0) {
-    return 0;
-  }
+  return m_Xml.Open(path, log) == 0 ? 0 : Read(log);
+}
+
+int Document::Read(ZAMLog* log) {
+  m_WasRead = true;
   if (!m_Xml.GetNode(u"KESTRANE_ZAM")) {
     log->SetLog_Warring(ZAM_LOG_CATEGORY_DOCUMENT, u"the root element is not KESTRANE_ZAM", u"", 0);
     return 0;
@@ -28,7 +58,6 @@ int Document::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
                     m_DocInfo.m_Application);
   return 1;
 }
-
 int Document::Position(const std::string& text) const {
   if (text == "original") {
     return Original;
@@ -54,14 +83,29 @@ std::string Document::PositionName(int position) {
   return position == Original ? "original" : std::to_string(position);
 }
 
+void Document::MoveTo(int position) {
+  try {
+    _SetHistory(m_Xml, position);
+  } catch (const _com_error& error) {
+    if (error.Error() == E_OUTOFMEMORY) {
+      throw std::bad_alloc();
+    }
+    throw Unsound(m_Name, "its history cannot be applied",
+                  "a change names a place that cannot be made");
+  }
+  RequireMemory(m_Xml);
+}
+
 void Document::ReadSections() {
   m_DocInfo.Clear();
   m_PatientInfo.Clear();
   m_OrderInfo.Clear();
   m_StudyInfo.Clear();
   ZAMLog log;
-  if (OnReadDocumentInfo(m_Xml, &log) == 0 || OnReadPatientInfo(m_Xml, &log) == 0 ||
-      OnReadOrderInfo(m_Xml, &log) == 0 || OnReadStudyInfo(m_Xml, &log) == 0) {
+  const bool read = OnReadDocumentInfo(m_Xml, &log) != 0 && OnReadPatientInfo(m_Xml, &log) != 0 &&
+                    OnReadOrderInfo(m_Xml, &log) != 0 && OnReadStudyInfo(m_Xml, &log) != 0;
+  RequireMemory(m_Xml);
+  if (!read) {
     throw Failure(m_Name, "cannot read its sections", Reason(log, m_Name));
   }
 }

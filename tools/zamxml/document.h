@@ -13,9 +13,11 @@ public:
   /// The position of the original content.
   static constexpr int Original = -1;
 
-  /// Opens the file; Failure, with the reason, when that cannot be done. The name is what messages
-  /// call it.
+  /// Opens the file, or a copy of a tree. Failure, with the reason, when that cannot be done:
+  /// Unsound when the file can be read and is no document. The name is what messages call it.
+  /// Like every operation here it raises std::bad_alloc when the tree runs short of memory.
   Document(const std::string& path, const std::string& name);
+  Document(ZAMXml& tree, const std::string& name);
 
   const std::string& Name() const { return m_Name; }
   int Last() const { return GetHistoryCount() - 1; }
@@ -28,8 +30,9 @@ public:
   /// "original", or the number.
   static std::string PositionName(int position);
 
-  /// Moves the tree alone, without reading the records again.
-  void MoveTo(int position) { _SetHistory(m_Xml, position); }
+  /// Moves the tree alone, without reading the records again. Unsound when the history cannot be
+  /// applied.
+  void MoveTo(int position);
   /// Reads the sections from the tree where it stands.
   void ReadSections();
 
@@ -42,5 +45,8 @@ protected:
   int OnFileOpen(const _bstr_t& path, ZAMLog* log) override;
 
 private:
+  int Read(ZAMLog* log);
+
   std::string m_Name;
+  bool m_WasRead = false;  ///< whether there was XML to be read
 };

@@ -77,15 +77,16 @@ std::vector<Edit> ParseJsonEdits(const std::string& file, const std::string& sou
                                  const std::string& json) {
   const Json document = ParseJson(source, json);
   std::vector<Edit> edits;
-  for (const Json& change : Member(source, document, "changes", Json::value_t::array)) {
-    ValuePath path{TextMember(source, change, "path"), TextMember(source, change, "attribute", "")};
-    const ZAMXML_VTYPE type = TypeMember(source, change);
-    Edit edit = MakeEdit(file, path.Whole(), type, TextMember(source, change, "new"));
-    if (change.contains("old") && !change["old"].is_null()) {
-      edit.m_Old = TextMember(source, change, "old");
+  JsonObject(source, document).VisitArray("changes", [&](const JsonObject& change) {
+    // A guard with a slip of the pen in its name would guard nothing.
+    change.AllowOnly({"path", "attribute", "type", "old", "new"});
+    const ValuePath path{change.Text("path"), change.Text("attribute", "")};
+    Edit edit = MakeEdit(file, path.Whole(), change.Type(), change.Text("new"));
+    if (change.Holds("old")) {
+      edit.m_Old = change.Text("old");
     }
     edits.push_back(std::move(edit));
-  }
+  });
   return edits;
 }
 

@@ -18,10 +18,19 @@ public:
           Exit exit = ExitFailed)
       : std::runtime_error((file.empty() ? "" : file + ": ") + what +
                            (why.empty() ? "" : ": " + why)),
+        m_FileLength(file.empty() ? 0 : file.size() + 2),
         m_Exit(exit) {}
 
+  /// The message without the file.
+  const char* Message() const noexcept { return what() + m_FileLength; }
   Exit Code() const noexcept { return m_Exit; }
 
 private:
+  std::size_t m_FileLength;
   Exit m_Exit;
+};
+
+/// A file that was read, but is no document.
+class Unsound : public Failure {
+  using Failure::Failure;
 };

@@ -6,39 +6,46 @@
 
 #include <array>
 #include <cerrno>
-#include <fstream>
-#include <iterator>
+#include <cstring>
+#include <functional>
 #include <string_view>
-#include <system_error>
+#include <utility>
 
 #include "failure.h"
+#include "output.h"
 
 namespace {
 
-std::string LastReason() { return std::system_category().message(errno); }
-
-bool WriteAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto written = ::write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) {
-      return false;
+class Descriptor {
+public:
+  explicit Descriptor(int number) noexcept : m_Number(number) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (m_Number >= 0) {
+      ::close(m_Number);
     }
-    bytes.remove_prefix(static_cast<std::size_t>(written < 0 ? 0 : written));
   }
-  return true;
-}
 
-bool CopyStandardInput(int descriptor) {
+  int Number() const noexcept { return m_Number; }
+  int Release() noexcept { return std::exchange(m_Number, -1); }
+
+private:
+  int m_Number;
+};
+
+/// Hands over everything that can be read; false, with errno, when the system or the taker fails.
+bool ReadAll(int descriptor, const std::function<bool(std::string_view)>& take) {
   std::array<char, 65536> buffer{};
   for (;;) {
-    const auto count = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+    const auto count = ::read(descriptor, buffer.data(), buffer.size());
     if (count == 0) {
       return true;
     }
     if (count < 0 && errno == EINTR) {
       continue;
     }
-    if (count < 0 || !WriteAll(descriptor, {buffer.data(), static_cast<std::size_t>(count)})) {
+    if (count < 0 || !take({buffer.data(), static_cast<std::size_t>(count)})) {
       return false;
     }
   }
@@ -50,13 +57,14 @@ Input::Input(const std::string& name) : m_Name(name), m_Path(name) {
   if (name != "-") {
     return;
   }
-  m_Descriptor = ::memfd_create("zamxml", MFD_CLOEXEC);
-  if (m_Descriptor < 0 || !CopyStandardInput(m_Descriptor)) {
-    const std::string why = LastReason();
-    ::close(m_Descriptor);
-    throw Failure(name, "cannot read the standard input", why);
+  Descriptor copy(::memfd_create("zamxml", MFD_CLOEXEC));
+  if (copy.Number() < 0 || !::ReadAll(STDIN_FILENO, [&](std::string_view bytes) {
+        return WriteAll(copy.Number(), bytes);
+      })) {
+    throw Failure(name, "cannot read the standard input", std::strerror(errno));
   }
-  m_Path = "/proc/self/fd/" + std::to_string(m_Descriptor);
+  m_Path = "/proc/self/fd/" + std::to_string(copy.Number());
+  m_Descriptor = copy.Release();
 }
 
 Input::~Input() {
@@ -66,21 +74,13 @@ Input::~Input() {
 }
 
 std::string Input::ReadAll() const {
-  const std::string why = WhyUnreadable(m_Path);
-  std::ifstream file(m_Path, std::ios::binary);
-  if (!why.empty() || !file) {
-    throw Failure(m_Name, "cannot open it", why);
+  const Descriptor file(::open(m_Path.c_str(), O_RDONLY | O_CLOEXEC));
+  std::string text;
+  if (file.Number() < 0 || !::ReadAll(file.Number(), [&](std::string_view bytes) {
+        text += bytes;
+        return true;
+      })) {
+    throw Failure(m_Name, "cannot read it", std::strerror(errno));
   }
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::string WhyUnreadable(const std::string& path) {
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  char byte = 0;
-  const bool readable = descriptor >= 0 && ::read(descriptor, &byte, 1) >= 0;
-  const std::string why = readable ? std::string() : LastReason();
-  if (descriptor >= 0) {
-    ::close(descriptor);
-  }
-  return why;
+  return text;
 }

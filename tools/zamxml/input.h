@@ -23,6 +23,3 @@ private:
   std::string m_Path;
   int m_Descriptor = -1;
 };
-
-/// Why a file cannot be read by this user; empty when it can.
-std::string WhyUnreadable(const std::string& path);

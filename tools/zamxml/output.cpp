@@ -1,11 +1,17 @@
 #include "output.h"
 
 #include <fmt/format.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
+#include <cstring>
+
+#include "failure.h"
+#include "memory.h"
 
 namespace {
 
@@ -32,6 +38,43 @@ const char* CodeOf(Colour colour) {
 
 }  // namespace
 
+bool WriteAll(int descriptor, std::string_view bytes) noexcept {
+  while (!bytes.empty()) {
+    const auto written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) {
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written < 0 ? 0 : written));
+  }
+  return true;
+}
+
+void Deliver(std::string_view text) {
+  RequireMemory();
+  if (const char* why = WriteOutput(text)) {
+    throw Failure("standard output", "cannot write", why);
+  }
+}
+
+const char* WriteOutput(std::string_view text) noexcept {
+  return WriteAll(STDOUT_FILENO, text) ? nullptr : std::strerror(errno);
+}
+
+void WriteError(std::initializer_list<std::string_view> parts) noexcept {
+  std::array<iovec, 16> pieces{};
+  std::size_t count = 0;
+  const auto add = [&](std::string_view piece) {
+    pieces.at(count++) = {const_cast<char*>(piece.data()), piece.size()};
+  };
+  add("zamxml");
+  for (const std::string_view part : parts) {
+    add(": ");
+    add(part);
+  }
+  add("\n");
+  (void)!::writev(STDERR_FILENO, pieces.data(), static_cast<int>(count));
+}
+
 std::string Painted(Colour colour, const std::string& text) {
   static const bool painting = UsesColours();
   return painting ? fmt::format("\x1b[{}m{}\x1b[0m", CodeOf(colour), text) : text;
@@ -42,15 +85,19 @@ ProgressBar::ProgressBar(std::size_t total)
 
 ProgressBar::~ProgressBar() {
   if (m_Visible) {
-    fmt::print(stderr, "\r\x1b[K");
+    WriteAll(STDERR_FILENO, "\r\x1b[K");
   }
 }
 
-void ProgressBar::Advance() {
+void ProgressBar::Advance() noexcept {
   const std::lock_guard<std::mutex> guard(m_Mutex);
   const std::size_t percent = ++m_Done * 100 / m_Total;
   if (m_Visible && percent != m_Shown) {
     m_Shown = percent;
-    fmt::print(stderr, "\r[{:<50}] {}/{}", std::string(percent / 2, '#'), m_Done, m_Total);
+    std::array<char, 100> line{};
+    const int length = std::snprintf(
+        line.data(), line.size(), "\r[%-50.*s] %zu/%zu", static_cast<int>(percent / 2),
+        "##################################################", m_Done, m_Total);
+    WriteAll(STDERR_FILENO, {line.data(), static_cast<std::size_t>(length)});
   }
 }

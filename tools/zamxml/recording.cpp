@@ -11,8 +11,10 @@
 
 #include "change_list.h"
 #include "failure.h"
-#include "file_lock.h"
 #include "json_form.h"
+#include "memory.h"
+#include "output.h"
+#include "target.h"
 #include "text.h"
 #include "values.h"
 
@@ -45,24 +47,38 @@ public:
 
   /// The number of changes recorded; with none the edit is cancelled.
   int Record(const std::vector<Edit>& edits) {
-    const std::string uid = m_Options.m_UID.empty() ? FreshUID() : m_Options.m_UID;
-    if (m_Document.BeginModify(_bstr_t::FromUtf8(uid), _bstr_t::FromUtf8(m_Options.m_UserID),
-                               _bstr_t::FromUtf8(m_Options.m_UserName)) == 0) {
-      throw Failure(m_Options.m_File, "cannot begin a modification", LibraryReason());
-    }
+    Begin(m_Options.m_UID.empty() ? FreshUID() : m_Options.m_UID);
     int count = 0;
     for (const Edit& edit : edits) {
       count += Add(edit) ? 1 : 0;
     }
+    RequireMemory(m_Document.m_CloneXml);
     if (count == 0) {
       m_Document.CancelModify();
     } else if (m_Document.CommitModify() == 0) {
       throw Failure(m_Options.m_File, "cannot record the modification", LibraryReason());
     }
+    RequireMemory(m_Document.m_Xml);
     return count;
   }
 
 private:
+  void Begin(const std::string& uid) {
+    m_Document.ClearLog();
+    if (m_Document.BeginModify(_bstr_t::FromUtf8(uid), _bstr_t::FromUtf8(m_Options.m_UserID),
+                               _bstr_t::FromUtf8(m_Options.m_UserName)) == 0) {
+      RequireMemory(m_Document.m_Xml);
+      const _bstr_t folder = ZAMGF::GetSystemTempDir();
+      if (!folder) {
+        throw Failure(m_Options.m_File, "cannot make a private folder for temporary files");
+      }
+      const std::string why = LibraryReason();
+      const auto path = why.rfind(": ");
+      throw Failure(m_Options.m_File, "cannot make a temporary file in " + folder.utf8(),
+                    path == std::string::npos ? why : why.substr(path + 2));
+    }
+  }
+
   bool Add(const Edit& edit) {
     const _bstr_t node = _bstr_t::FromUtf8(edit.m_Path.m_Element);
     std::unique_ptr<ZAMXMLChangeItem> item(m_Document.CreateChangeItem(
@@ -82,6 +98,11 @@ private:
     }
     if (held && item->m_OldValue == item->m_NewValue) {
       return false;
+    }
+    if (edit.m_Path.Whole() == "DocumentInfo/ID" && !m_Options.m_ChangeDocumentID) {
+      Refuse(edit,
+             "hosts rebuild a document with another ID and lose what they do not know; "
+             "--change-document-id allows it");
     }
     if (m_Document.AddChangeItem(item.get()) < 0) {
       Refuse(edit, LibraryReason());
@@ -124,8 +145,17 @@ private:
     }
     _bstr_t text;
     tree.GetNodeText(element, text);
-    if (text.length() != 0 || (edit.m_Type == ZAMXML_VTYPE_NAME && values.empty())) {
-      Refuse(edit, edit.m_Type == ZAMXML_VTYPE_NAME ? "it holds no name" : "it holds a plain text");
+    if (edit.m_Type == ZAMXML_VTYPE_NAME && (text.length() != 0 || values.empty())) {
+      Refuse(edit, "it holds no name");
+    }
+    if (text.length() != 0) {
+      Refuse(edit, "it holds a plain text");
+    }
+    if (values.empty() && tree.GetFirstChildNode(element)) {
+      Refuse(edit, "it holds other elements and no statements");
+    }
+    if (values.empty() && !m_Options.m_Create) {
+      Refuse(edit, "it holds no statements; --create adds them");
     }
     for (const Value& value : values) {
       if (value.m_Text.view().find(u'^') != std::u16string_view::npos) {
@@ -157,19 +187,17 @@ void CheckOptions(const RecordingOptions& options) {
   }
 }
 
-void SaveRecorded(Document& document, const RecordingOptions& options) {
-  std::optional<CreationLock> created;
-  if (!options.m_Output.empty()) {
-    created.emplace(options.m_Output, options.m_Force);
-  }
-  const std::string& path = created ? options.m_Output : options.m_File;
-  if (document.SaveAs(FileName(path), nullptr) == 0) {
-    throw Failure(path, "cannot save it", Reason(document, path));
+void RefuseKnownUID(const Document& document, const RecordingOptions& options) {
+  for (int number = 0; number <= document.Last() && !options.m_UID.empty(); ++number) {
+    if (document.Modification(number).m_UID == _bstr_t::FromUtf8(options.m_UID)) {
+      throw Failure(options.m_File, "--uid",
+                    fmt::format("modification {} has this identifier already", number));
+    }
   }
 }
 
-void Report(const std::string& verb, const Document& document, const RecordingOptions& options,
-            bool recorded, bool saved) {
+std::string ReportOf(const std::string& verb, const Document& document,
+                     const RecordingOptions& options, bool recorded, bool saved) {
   const int number = document.Last();
   if (options.m_Json) {
     Json json = JsonOutput(verb, options.m_File);
@@ -178,13 +206,26 @@ void Report(const std::string& verb, const Document& document, const RecordingOp
     if (recorded) {
       json["modifications"].push_back(ToJson(document.Modification(number), number));
     }
-    PrintJson(json);
-  } else if (recorded) {
-    fmt::print("{}\n", Headline(document.Modification(number), number));
-    PrintChanges(document.Modification(number), PathFilter({}));
-  } else {
-    fmt::print("nothing to change\n");
+    return JsonText(json);
   }
+  return recorded ? Headline(document.Modification(number), number) + '\n' +
+                        ChangeLines(document.Modification(number), PathFilter({}))
+                  : "nothing to change\n";
+}
+
+/// Once the document is saved, nothing may fail without saying so: all that needs memory is done
+/// before.
+int SaveAndReport(Document& document, const std::string& path, const std::string& report) {
+  const _bstr_t name = FileName(path);
+  document.ClearLog();
+  if (document.SaveAs(name, nullptr) == 0) {
+    throw Failure(path, "cannot save it", Reason(document, path));
+  }
+  if (const char* why = WriteOutput(report)) {
+    WriteError({path, "it is saved, but what was recorded cannot be shown", why});
+    return ExitFailed;
+  }
+  return ExitFine;
 }
 
 }  // namespace
@@ -199,24 +240,34 @@ void AddRecordingOptions(CLI::App& verb, RecordingOptions& options) {
   verb.add_option("-o,--output", options.m_Output, "Write there and leave FILE as it is");
   verb.add_flag("--force", options.m_Force, "Let --output replace a file");
   verb.add_flag("-n,--dry-run", options.m_DryRun, "Show what would be recorded, write nothing");
-  verb.add_option("--wait", options.m_Wait, "Seconds to wait for another zamxml")
-      ->check(CLI::Range(0.0, 3600.0))
-      ->capture_default_str();
+  AddWaitOption(verb, options.m_Wait);
+  verb.add_flag("--change-document-id", options.m_ChangeDocumentID,
+                "Let DocumentInfo/ID be changed: a host of another kind then builds the document "
+                "anew when it saves it, and sections that it does not know are lost");
   verb.add_flag("--json", options.m_Json, "Print JSON");
 }
 
 int RecordModification(const std::string& verb, const RecordingOptions& options,
                        const std::function<std::vector<Edit>(Document&)>& edits) {
   CheckOptions(options);
-  const FileLock lock(options.m_File, options.m_Wait);
+  const bool aside = !options.m_Output.empty();
+  const std::string& target = aside ? options.m_Output : options.m_File;
+  std::optional<TargetLock> lock;
+  if (!options.m_DryRun && aside) {
+    lock.emplace(target, options);
+  } else if (!options.m_DryRun) {
+    lock.emplace(target, options.m_Wait);
+  }
   Document document(options.m_File, options.m_File);
   document.RequireWholeHistory("cannot change it");
-  const std::vector<Edit> wanted = edits(document);
-  const bool recorded = Recorder(document, options).Record(wanted) > 0;
-  const bool saved = !options.m_DryRun && (recorded || !options.m_Output.empty());
-  if (saved) {
-    SaveRecorded(document, options);
+  RefuseKnownUID(document, options);
+  const bool recorded = Recorder(document, options).Record(edits(document)) > 0;
+  const bool saving = !options.m_DryRun && (recorded || aside);
+  const std::string report = ReportOf(verb, document, options, recorded, saving);
+  if (!saving) {
+    Deliver(report);
+    return ExitFine;
   }
-  Report(verb, document, options, recorded, saved);
-  return ExitFine;
+  RequireMemory();
+  return SaveAndReport(document, target, report);
 }

@@ -7,19 +7,19 @@
 
 #include "document.h"
 #include "edits.h"
+#include "target.h"
 
 /// What amend and revert share: whose modification it is, and where the document goes.
-struct RecordingOptions {
+struct RecordingOptions : TargetOptions {
   std::string m_File;
   std::string m_UserID;
   std::string m_UserName;
   std::string m_UID;
   std::string m_Code;
   std::string m_Output;
-  double m_Wait = 10;
-  bool m_Force = false;
   bool m_DryRun = false;
   bool m_Create = false;
+  bool m_ChangeDocumentID = false;
   bool m_Json = false;
 };
 

@@ -78,10 +78,18 @@ std::string Printable(const _bstr_t& value) {
 std::string Quoted(const _bstr_t& value) { return '"' + Printable(value) + '"'; }
 
 std::string Reason(const ZAMLog& log, const std::string& path) {
-  if (log.GetLogCount() == 0) {
+  int index = log.GetLogCount() - 1;
+  if (index < 0) {
     return "no reason was given";
   }
-  const ZAMLogEntry& entry = log.GetLog(log.GetLogCount() - 1);
+  // What the document records itself, flagged, comes after what it was told.
+  for (int i = index; i >= 0; --i) {
+    if (log.GetLog(i).m_Type >= ZAM_LOG_TYPE_ERROR && log.GetLog(i).m_Flag == 0) {
+      index = i;
+      break;
+    }
+  }
+  const ZAMLogEntry& entry = log.GetLog(index);
   std::string reason = Printable(entry.m_Detail.length() != 0 ? entry.m_Detail : entry.m_Text);
   if (reason.ends_with('.')) {
     reason.pop_back();

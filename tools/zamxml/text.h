@@ -19,5 +19,6 @@ std::string Printable(const _bstr_t& value);
 /// The same in quotation marks.
 std::string Quoted(const _bstr_t& value);
 
-/// What the last entry of a log says about the file at a path, in one line without a full stop.
+/// What a log says about why the last step failed, in one line without a full stop and without the
+/// path of the file in front. The system's own reason comes before what it led to.
 std::string Reason(const ZAMLog& log, const std::string& path);

@@ -1,12 +1,10 @@
 #include "value_path.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 #include "failure.h"
+#include "output.h"
 #include "text.h"
 
 namespace {
@@ -129,9 +127,9 @@ std::vector<std::string> PathFilter::Idle() const {
 
 int ReportIdle(const PathFilter& filter, const std::string& file) {
   const std::vector<std::string> idle = filter.Idle();
-  std::fflush(stdout);
   for (const std::string& path : idle) {
-    fmt::print(stderr, "zamxml: {}: {}: it names nothing in the document\n", file, path);
+    WriteError({Printable(_bstr_t::FromUtf8(file)), Printable(_bstr_t::FromUtf8(path)),
+                "it names nothing in the document"});
   }
   return idle.empty() ? ExitFine : ExitFinding;
 }

@@ -1,5 +1,6 @@
 #include "values.h"
 
+#include <new>
 #include <unordered_map>
 
 const char16_t* const NameParts[6] = {u"Full",   u"Family", u"Given",
@@ -71,13 +72,19 @@ std::optional<_bstr_t> ReadHeld(ZAMXml& tree, const _bstr_t& node, const _bstr_t
     return std::nullopt;
   }
   _bstr_t held;
+  // A record that cannot be read is no empty one: the memory ran short.
+  const auto require = [](int read) {
+    if (read == 0) {
+      throw std::bad_alloc();
+    }
+  };
   if (type == ZAMXML_VTYPE_NAME) {
     ZAMXMLName name;
-    name.ReadFromXML(tree, element, nullptr);
+    require(name.ReadFromXML(tree, element, nullptr));
     ZAMXMLChangeItem::EncodeXMLName(name, held);
   } else if (type == ZAMXML_VTYPE_STATEMENT) {
     ZAMXMLStatement list;
-    list.ReadFromXML(tree, element, nullptr);
+    require(list.ReadFromXML(tree, element, nullptr));
     ZAMXMLChangeItem::EncodeXMLStatement(list, held);
   } else if (attribute.length() == 0) {
     tree.GetNodeText(element, held);

@@ -45,7 +45,7 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddAmend(CLI::App& app, int& exitCode) {
+void AddAmend(CLI::App& app, VerbRun& run) {
   // How many texts one --statements takes; without a bound the parser would split "[a,b]".
   constexpr int MaximumStatements = 1000;
 
@@ -68,5 +68,5 @@ void AddAmend(CLI::App& app, int& exitCode) {
       ->allow_extra_args(false);
   verb->add_option("--from", options->m_From, "Changes from a JSON file; - is the standard input");
   verb->add_flag("--create", options->m_Create, "Let changes add elements and attributes");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

@@ -59,14 +59,11 @@ Setters WalkHistory(Document& document) {
   return setters;
 }
 
-void PrintValue(const Document& document, const Value& value, int setter) {
+std::string TextOf(const Document& document, const Value& value, int setter) {
   const std::string path = Printable(_bstr_t::FromUtf8(value.m_Path.Whole()));
-  if (setter == Document::Original) {
-    fmt::print("original  {} = {}\n", path, Quoted(value.m_Text));
-  } else {
-    fmt::print("{}  {} = {}\n", Headline(document.Modification(setter), setter), path,
-               Quoted(value.m_Text));
-  }
+  const std::string who =
+      setter == Document::Original ? "original" : Headline(document.Modification(setter), setter);
+  return fmt::format("{}  {} = {}\n", who, path, Quoted(value.m_Text));
 }
 
 int Run(const Options& options) {
@@ -76,6 +73,7 @@ int Run(const Options& options) {
   const Setters setters = WalkHistory(document);
   Json json = JsonOutput("blame", options.m_File);
   json["values"] = Json::array();
+  std::string text;
   for (const Value& value : ReadValues(document.m_Xml)) {
     if (!filter.Takes(value.m_Path)) {
       continue;
@@ -89,22 +87,20 @@ int Run(const Options& options) {
                                   : JsonHead(document.Modification(setter), setter);
       json["values"].push_back(std::move(entry));
     } else {
-      PrintValue(document, value, setter);
+      text += TextOf(document, value, setter);
     }
   }
-  if (options.m_Json) {
-    PrintJson(json);
-  }
+  Deliver(options.m_Json ? JsonText(json) : text);
   return ReportIdle(filter, options.m_File);
 }
 
 }  // namespace
 
-void AddBlame(CLI::App& app, int& exitCode) {
+void AddBlame(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb = app.add_subcommand("blame", "Show which modification set each value last");
   verb->add_option("FILE", options->m_File, "The document")->required();
   verb->add_option("PATH", options->m_Paths, "Only these values: PATH[@ATTR]");
   verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

@@ -2,17 +2,21 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
+#include <charconv>
 #include <exception>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "document.h"
 #include "failure.h"
 #include "input.h"
 #include "json_form.h"
+#include "memory.h"
 #include "output.h"
 #include "text.h"
 #include "verbs.h"
@@ -22,6 +26,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr unsigned int MaximumJobs = 1024;
+
 struct Options {
   std::vector<std::string> m_Files;
   bool m_Recursive = false;
@@ -29,10 +35,12 @@ struct Options {
   unsigned int m_Jobs = std::max(1U, std::thread::hardware_concurrency());
 };
 
-/// What came out for one file.
-struct Outcome {
+/// A file that is to be looked at, and what came out.
+struct Target {
+  std::string m_Name;
+  std::string m_Error;  ///< why it could not be looked at
   std::vector<Finding> m_Findings;
-  std::string m_Error;  ///< why it could not be looked at at all
+  bool m_OutOfMemory = false;
 };
 
 bool IsDocumentName(const fs::path& path) {
@@ -40,82 +48,89 @@ bool IsDocumentName(const fs::path& path) {
   return extension == ".xml" || extension == ".XML";
 }
 
-/// The documents below a folder, sorted.
-std::vector<std::string> FilesBelow(const std::string& folder) {
-  std::vector<std::string> files;
+/// Adds the documents below a folder, and what cannot be read there, sorted by name.
+void AddBelow(const fs::path& folder, std::vector<Target>& targets) {
   std::error_code error;
-  fs::recursive_directory_iterator entry(folder, error);
-  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    if (entry->is_regular_file(error) && IsDocumentName(entry->path())) {
-      files.push_back(entry->path().string());
-    }
+  std::vector<fs::directory_entry> entries;
+  fs::directory_iterator next(folder, error);
+  for (; !error && next != fs::directory_iterator(); next.increment(error)) {
+    entries.push_back(*next);
   }
   if (error) {
-    throw Failure(folder, "cannot read the folder", error.message());
+    targets.push_back({folder.string(), "cannot read the folder: " + error.message(), {}});
   }
-  std::sort(files.begin(), files.end());
-  return files;
+  std::sort(entries.begin(), entries.end());
+  for (const fs::directory_entry& entry : entries) {
+    std::error_code unknown;
+    if (entry.symlink_status(unknown).type() == fs::file_type::directory) {
+      AddBelow(entry.path(), targets);
+    } else if (IsDocumentName(entry.path())) {
+      targets.push_back({entry.path().string(), {}, {}});
+    }
+  }
 }
 
-std::vector<std::string> FilesToCheck(const Options& options) {
-  std::vector<std::string> files;
+std::vector<Target> TargetsOf(const Options& options) {
+  std::vector<Target> targets;
   for (const std::string& name : options.m_Files) {
     std::error_code error;
     if (!fs::is_directory(name, error)) {
-      files.push_back(name);
-      continue;
+      targets.push_back({name, {}, {}});
+    } else if (options.m_Recursive) {
+      AddBelow(name, targets);
+    } else {
+      targets.push_back({name, "it is a folder: -r looks at the documents in it", {}});
     }
-    if (!options.m_Recursive) {
-      throw Failure(name, "it is a folder", "-r looks at the documents in it");
-    }
-    const std::vector<std::string> below = FilesBelow(name);
-    files.insert(files.end(), below.begin(), below.end());
   }
-  return files;
+  return targets;
 }
 
-Outcome CheckFile(const std::string& name) {
-  Outcome outcome;
+std::vector<Finding> FindingsIn(const std::string& name) {
   try {
     const Input input(name);
-    outcome.m_Error = WhyUnreadable(input.Path());
-    if (outcome.m_Error.empty()) {
-      outcome.m_Findings = Verify(input.Path(), name);
-    }
-  } catch (const std::exception& failure) {
-    outcome.m_Error = failure.what();
+    Document document(input.Path(), name);
+    return Verify(document);
+  } catch (const Unsound& failure) {
+    return {{std::nullopt, {}, failure.Message()}};
   }
-  return outcome;
 }
 
-std::vector<Outcome> CheckAll(const std::vector<std::string>& files, unsigned int jobs) {
-  std::vector<Outcome> outcomes(files.size());
+/// What is found while the memory runs short is no finding.
+void Check(Target& target) noexcept {
+  try {
+    std::vector<Finding> findings = FindingsIn(target.m_Name);
+    RequireMemory();
+    target.m_Findings = std::move(findings);
+  } catch (const std::exception& error) {
+    target.m_OutOfMemory = RanShort() || IsShortage(error);
+    if (!target.m_OutOfMemory) {
+      const auto* failure = dynamic_cast<const Failure*>(&error);
+      target.m_Error = failure != nullptr ? failure->Message() : error.what();
+    }
+  }
+  ForgetShortage();
+}
+
+void CheckAll(std::vector<Target>& targets, unsigned int jobs) {
   std::atomic<std::size_t> next{0};
-  ProgressBar progress(files.size());
+  ProgressBar progress(targets.size());
   const auto work = [&] {
-    for (std::size_t i = next++; i < files.size(); i = next++) {
-      outcomes[i] = CheckFile(files[i]);
+    for (std::size_t i = next++; i < targets.size(); i = next++) {
+      if (targets[i].m_Error.empty()) {
+        Check(targets[i]);
+      }
       progress.Advance();
     }
   };
   std::vector<std::jthread> helpers;
-  for (std::size_t i = 1; i < std::min<std::size_t>(jobs, files.size()); ++i) {
-    helpers.emplace_back(work);
+  try {
+    for (std::size_t i = 1; i < std::min<std::size_t>(jobs, targets.size()); ++i) {
+      helpers.emplace_back(work);
+    }
+  } catch (const std::system_error&) {
+    // Fewer helpers take longer.
   }
   work();
-  helpers.clear();
-  return outcomes;
-}
-
-std::string Line(const std::string& file, const Finding& finding) {
-  std::string line = file + ": ";
-  if (finding.m_Modification) {
-    line += fmt::format("modification {}: ", *finding.m_Modification);
-  }
-  if (!finding.m_Path.m_Element.empty()) {
-    line += Printable(_bstr_t::FromUtf8(finding.m_Path.Whole())) + ": ";
-  }
-  return line + finding.m_What;
 }
 
 Json ToJson(const std::string& file, const Finding& finding) {
@@ -126,44 +141,53 @@ Json ToJson(const std::string& file, const Finding& finding) {
   return json;
 }
 
+std::string CheckJobs(const std::string& text) {
+  unsigned int jobs = 0;
+  const char* end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, jobs);
+  return stopped == end && error == std::errc() && jobs >= 1 && jobs <= MaximumJobs
+             ? ""
+             : fmt::format("it is 1 to {}", MaximumJobs);
+}
+
 int Run(const Options& options) {
-  const std::vector<std::string> files = FilesToCheck(options);
-  const std::vector<Outcome> outcomes = CheckAll(files, options.m_Jobs);
+  std::vector<Target> targets = TargetsOf(options);
+  RequireMemory();
+  CheckAll(targets, options.m_Jobs);
   Json json = JsonOutput("check", options.m_Files.front());
-  json["checked"] = files.size();
+  json["checked"] = targets.size();
   json["findings"] = Json::array();
+  std::string text;
   int exitCode = ExitFine;
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    for (const Finding& finding : outcomes[i].m_Findings) {
+  for (const Target& target : targets) {
+    const std::string name = Printable(_bstr_t::FromUtf8(target.m_Name));
+    for (const Finding& finding : target.m_Findings) {
       exitCode = std::max<int>(exitCode, ExitFinding);
       if (options.m_Json) {
-        json["findings"].push_back(ToJson(files[i], finding));
+        json["findings"].push_back(ToJson(target.m_Name, finding));
       } else {
-        fmt::print("{}\n", Line(files[i], finding));
+        text += name + ": " + Sentence(finding) + '\n';
       }
     }
-    if (!outcomes[i].m_Error.empty()) {
+    if (target.m_OutOfMemory || !target.m_Error.empty()) {
       exitCode = ExitFailed;
-      std::fflush(stdout);
-      fmt::print(stderr, "zamxml: {}: cannot read it: {}\n", files[i], outcomes[i].m_Error);
+      WriteError({name, target.m_OutOfMemory ? "not enough memory" : target.m_Error});
     }
   }
-  if (options.m_Json) {
-    PrintJson(json);
-  }
+  Deliver(options.m_Json ? JsonText(json) : text);
   return exitCode;
 }
 
 }  // namespace
 
-void AddCheck(CLI::App& app, int& exitCode) {
+void AddCheck(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb = app.add_subcommand("check", "Prove documents and their history; silent if fine");
   verb->add_option("FILE", options->m_Files, "Documents, or folders with -r")->required();
   verb->add_flag("-r,--recursive", options->m_Recursive, "Check every .xml file in folders");
   verb->add_option("-j,--jobs", options->m_Jobs, "Documents looked at side by side")
-      ->check(CLI::Range(1, 1024))
+      ->check(CheckJobs)
       ->capture_default_str();
   verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

@@ -97,36 +97,35 @@ Json ToJson(const Difference& difference) {
   return json;
 }
 
-void PrintDifference(const Difference& difference) {
+std::string TextOf(const Difference& difference) {
   const auto value = [](const std::optional<_bstr_t>& text) {
     return text ? Quoted(*text) : std::string("none");
   };
-  fmt::print("{}: {} → {}\n", Printable(_bstr_t::FromUtf8(difference.m_Path.Whole())),
-             Painted(Colour::Old, value(difference.m_Old)),
-             Painted(Colour::New, value(difference.m_New)));
+  return fmt::format("{}: {} → {}\n", Printable(_bstr_t::FromUtf8(difference.m_Path.Whole())),
+                     Painted(Colour::Old, value(difference.m_Old)),
+                     Painted(Colour::New, value(difference.m_New)));
 }
 
 int Run(const Options& options) {
   Json json = JsonOutput("diff", options.m_File);
   const std::vector<Difference> differences =
       options.m_Third.empty() ? CompareFiles(options, json) : ComparePositions(options, json);
-  if (options.m_Json) {
-    json["changes"] = Json::array();
-    for (const Difference& difference : differences) {
+  json["changes"] = Json::array();
+  std::string text;
+  for (const Difference& difference : differences) {
+    if (options.m_Json) {
       json["changes"].push_back(ToJson(difference));
-    }
-    PrintJson(json);
-  } else {
-    for (const Difference& difference : differences) {
-      PrintDifference(difference);
+    } else {
+      text += TextOf(difference);
     }
   }
+  Deliver(options.m_Json ? JsonText(json) : text);
   return differences.empty() ? ExitFine : ExitFinding;
 }
 
 }  // namespace
 
-void AddDiff(CLI::App& app, int& exitCode) {
+void AddDiff(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb = app.add_subcommand(
       "diff", "Compare two positions of a document (FILE A B), or two files (FILE A)");
@@ -136,5 +135,5 @@ void AddDiff(CLI::App& app, int& exitCode) {
       ->required();
   verb->add_option("B", options->m_Third, "The other position");
   verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

@@ -1,10 +1,12 @@
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "document.h"
 #include "failure.h"
 #include "input.h"
 #include "json_form.h"
+#include "output.h"
 #include "values.h"
 #include "verbs.h"
 
@@ -15,23 +17,37 @@ struct Options {
   std::string m_At = "original";
 };
 
+Json AttributesToJson(ZAMXml& tree, const IXMLDOMNodePtr& element) {
+  Json json = Json::object();
+  _bstr_t name;
+  _bstr_t text;
+  for (int i = 0; tree.GetAttribute(element, i, name, text) != 0; ++i) {
+    json[name.utf8()] = text.utf8();
+  }
+  return json;
+}
+
+/// Every container is made as such: one that null would turn into crashes where memory runs short.
 Json ElementToJson(ZAMXml& tree, const IXMLDOMNodePtr& element, const std::string& name,
                    const char* leftOut) {
   Json json{{"name", name}};
-  _bstr_t attribute;
-  _bstr_t text;
-  for (int i = 0; tree.GetAttribute(element, i, attribute, text) != 0; ++i) {
-    json["attributes"][attribute.utf8()] = text.utf8();
+  if (tree.GetAttributeCount(element) != 0) {
+    json["attributes"] = AttributesToJson(tree, element);
   }
+  _bstr_t text;
   tree.GetNodeText(element, text);
   if (text.length() != 0) {
     json["text"] = text.utf8();
   }
+  Json children = Json::array();
   ForEachChild(tree, element, [&](const IXMLDOMNodePtr& child, const std::string& childName, int) {
     if (leftOut == nullptr || childName != leftOut) {
-      json["children"].push_back(ElementToJson(tree, child, childName, nullptr));
+      children.push_back(ElementToJson(tree, child, childName, nullptr));
     }
   });
+  if (!children.empty()) {
+    json["children"] = std::move(children);
+  }
   return json;
 }
 
@@ -51,13 +67,13 @@ int Run(const Options& options) {
   for (int number = position + 1; number <= document.Last(); ++number) {
     json["modifications"].push_back(ToJson(document.Modification(number), number));
   }
-  PrintJson(json);
+  Deliver(JsonText(json));
   return ExitFine;
 }
 
 }  // namespace
 
-void AddExport(CLI::App& app, int& exitCode) {
+void AddExport(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb =
       app.add_subcommand("export", "Print a document and its history as one JSON document");
@@ -65,5 +81,5 @@ void AddExport(CLI::App& app, int& exitCode) {
   verb->add_option("--at", options->m_At,
                    "The content at this position, and the modifications after it")
       ->capture_default_str();
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

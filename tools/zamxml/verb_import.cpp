@@ -1,35 +1,39 @@
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "document.h"
 #include "failure.h"
-#include "file_lock.h"
 #include "input.h"
 #include "json_form.h"
+#include "memory.h"
+#include "target.h"
 #include "text.h"
+#include "value_path.h"
 #include "verbs.h"
+#include "verify.h"
 
 namespace {
 
-struct Options {
+struct Options : TargetOptions {
   std::string m_Source;
   std::string m_File;
-  bool m_Force = false;
 };
 
-/// Keeps what a tree warns of: a character that it could not store as it is.
+/// Keeps where a tree could not store a character as it is.
 class WarningKeeper : public ZAMLogger {
 public:
   void OnLog(const ZAMLogEntry& entry) override {
-    if (entry.m_Type == ZAM_LOG_TYPE_WARNING) {
-      m_Warning = Printable(entry.m_Text) + ' ' + Printable(entry.m_Detail);
+    if (entry.m_Type == ZAM_LOG_TYPE_WARNING && m_Place.length() == 0) {
+      m_Place = entry.m_Detail;
     }
   }
 
-  std::string m_Warning;
+  _bstr_t m_Place;
 };
 
-/// Builds the tree of a document from its JSON form. Whatever XML could not carry unchanged is
-/// refused.
+/// Builds the tree of a document from its JSON form. Whatever the form does not know, or XML could
+/// not carry unchanged, is refused.
 class TreeBuilder {
 public:
   TreeBuilder(ZAMXml& tree, const std::string& source) : m_Tree(tree), m_Source(source) {
@@ -39,98 +43,109 @@ public:
   TreeBuilder& operator=(const TreeBuilder&) = delete;
   ~TreeBuilder() { m_Tree.SetLogger(nullptr); }
 
-  void Build(const Json& json) {
-    const Json& root = Member(m_Source, json, "document", Json::value_t::object);
+  void Build(const JsonObject& json) {
+    if (json.Member("zamxml", Json::value_t::number_unsigned) != JsonVersion) {
+      Refuse("its form is of another version");
+    }
+    json.AllowOnly({"zamxml", "verb", "position", "document", "modifications"});
     m_Tree.New(nullptr);
-    m_Tree.CreateRoot(_bstr_t::FromUtf8(TextMember(m_Source, root, "name")));
-    const IXMLDOMNodePtr element = m_Tree.GetNode(u"KESTRANE_ZAM");
-    if (!element) {
-      Refuse("the root element is not KESTRANE_ZAM");
+    json.VisitObject("document", [this](const JsonObject& root) { AddRoot(root); });
+    if (!json.Member("modifications", Json::value_t::array).empty()) {
+      AddHistory(json);
     }
-    Fill(element, root);
-    const Json& history = Member(m_Source, json, "modifications", Json::value_t::array);
-    if (!history.empty()) {
-      AddHistory(history);
-    }
-    if (!m_Warnings.m_Warning.empty()) {
-      Refuse(m_Warnings.m_Warning);
+    if (m_Warnings.m_Place.length() != 0) {
+      Refuse(Printable(m_Warnings.m_Place) + ": it holds a character that XML cannot carry");
     }
   }
 
 private:
-  void Fill(const IXMLDOMNodePtr& element, const Json& json) {
-    if (json.contains("attributes")) {
-      AddAttributes(element, Member(m_Source, json, "attributes", Json::value_t::object));
+  void AddRoot(const JsonObject& json) {
+    m_Tree.CreateRoot(_bstr_t::FromUtf8(json.Text("name")));
+    const IXMLDOMNodePtr root = m_Tree.GetNode(u"KESTRANE_ZAM");
+    if (!root) {
+      Refuse("the root element is not KESTRANE_ZAM");
     }
-    const _bstr_t text = _bstr_t::FromUtf8(TextMember(m_Source, json, "text", ""));
+    Fill(root, json);
+  }
+
+  void Fill(const IXMLDOMNodePtr& element, const JsonObject& json) {
+    json.AllowOnly({"name", "attributes", "text", "children"});
+    if (json.Has("attributes")) {
+      json.VisitObject("attributes",
+                       [&](const JsonObject& attributes) { AddAttributes(element, attributes); });
+    }
+    const _bstr_t text = _bstr_t::FromUtf8(json.Text("text", ""));
     if (text.length() != 0) {
       m_Tree.SetNodeText(element, text);
     }
-    if (json.contains("children")) {
-      for (const Json& child : Member(m_Source, json, "children", Json::value_t::array)) {
-        AddElement(element, child);
-      }
+    if (json.Has("children")) {
+      json.VisitArray("children", [&](const JsonObject& child) { AddElement(element, child); });
     }
   }
 
-  void AddElement(const IXMLDOMNodePtr& parent, const Json& json) {
-    const _bstr_t name = _bstr_t::FromUtf8(TextMember(m_Source, json, "name"));
-    const IXMLDOMNodePtr element = m_Tree.AddChildNode(parent, name, nullptr);
-    if (!element || m_Tree.GetNodeName(element) != name) {
-      Refuse("no element can have this name here: " + Quoted(name));
+  void AddElement(const IXMLDOMNodePtr& parent, const JsonObject& json) {
+    const std::string name = json.Text("name");
+    if (!IsPlainName(name)) {
+      json.Refuse(Quoted(_bstr_t::FromUtf8(name)) + " is no element name");
+    }
+    const IXMLDOMNodePtr element = m_Tree.AddChildNode(parent, _bstr_t::FromUtf8(name), nullptr);
+    if (!element) {
+      Refuse("its elements are nested deeper than 1000");
     }
     Fill(element, json);
   }
 
-  void AddAttributes(const IXMLDOMNodePtr& element, const Json& attributes) {
-    int index = 0;
-    for (const auto& attribute : attributes.items()) {
-      const _bstr_t name = _bstr_t::FromUtf8(attribute.key());
-      m_Tree.SetNodeAttribute(element, name, Text(attributes, attribute.key().c_str()));
-      _bstr_t storedName;
-      _bstr_t storedText;
-      m_Tree.GetAttribute(element, index++, storedName, storedText);
-      if (storedName != name) {
-        Refuse("no attribute can have this name: " + Quoted(name));
+  void AddAttributes(const IXMLDOMNodePtr& element, const JsonObject& json) {
+    for (const std::string& name : json.Names()) {
+      if (!IsPlainName(name)) {
+        json.Refuse(Quoted(_bstr_t::FromUtf8(name)) + " is no attribute name");
       }
+      m_Tree.SetNodeAttribute(element, _bstr_t::FromUtf8(name),
+                              _bstr_t::FromUtf8(json.Text(name.c_str())));
     }
   }
 
-  void AddHistory(const Json& history) {
+  void AddHistory(const JsonObject& json) {
     ZAMXMLModificationGroup group;
-    for (const Json& json : history) {
-      auto modification = std::make_unique<ZAMXMLModification>();
-      const Json& user = Member(m_Source, json, "user", Json::value_t::object);
-      modification->m_UID = Text(json, "uid");
-      modification->m_Date = Text(json, "date");
-      modification->m_Time = Text(json, "time");
-      modification->m_UserID = Text(user, "id");
-      modification->m_UserName = Text(user, "name");
-      for (const Json& change : Member(m_Source, json, "changes", Json::value_t::array)) {
-        AddChange(*modification, change);
-      }
+    json.VisitArray("modifications", [&](const JsonObject& entry) {
+      auto modification = ReadModification(entry);
       group.m_ModificationList.Add(modification.get());
       modification.release();
-    }
+    });
     IXMLDOMNodePtr section = m_Tree.AddNode(u"KESTRANE_ZAM/Modifications", nullptr);
     if (group.WriteToXML(m_Tree, section, nullptr) == 0) {
       Refuse(Reason(m_Tree, m_Source));
     }
   }
 
-  void AddChange(ZAMXMLModification& modification, const Json& json) {
-    auto item = std::make_unique<ZAMXMLChangeItem>();
-    item->m_Node = Text(json, "path");
-    item->m_Attribute = Text(json, "attribute");
-    item->m_ValueType = TypeMember(m_Source, json);
-    item->m_OldValue = Text(json, "old");
-    item->m_NewValue = Text(json, "new");
-    modification.m_Changes.Add(item.get());
-    item.release();
+  static std::unique_ptr<ZAMXMLModification> ReadModification(const JsonObject& json) {
+    json.AllowOnly({"number", "date", "time", "user", "uid", "changes"});
+    auto modification = std::make_unique<ZAMXMLModification>();
+    modification->m_UID = _bstr_t::FromUtf8(json.Text("uid"));
+    modification->m_Date = _bstr_t::FromUtf8(json.Text("date"));
+    modification->m_Time = _bstr_t::FromUtf8(json.Text("time"));
+    json.VisitObject("user", [&](const JsonObject& user) {
+      user.AllowOnly({"id", "name"});
+      modification->m_UserID = _bstr_t::FromUtf8(user.Text("id"));
+      modification->m_UserName = _bstr_t::FromUtf8(user.Text("name"));
+    });
+    json.VisitArray("changes", [&](const JsonObject& change) {
+      auto item = ReadChange(change);
+      modification->m_Changes.Add(item.get());
+      item.release();
+    });
+    return modification;
   }
 
-  _bstr_t Text(const Json& json, const char* name) {
-    return _bstr_t::FromUtf8(TextMember(m_Source, json, name));
+  static std::unique_ptr<ZAMXMLChangeItem> ReadChange(const JsonObject& json) {
+    json.AllowOnly({"path", "attribute", "type", "old", "new"});
+    auto item = std::make_unique<ZAMXMLChangeItem>();
+    item->m_Node = _bstr_t::FromUtf8(json.Text("path"));
+    item->m_Attribute = _bstr_t::FromUtf8(json.Text("attribute"));
+    item->m_ValueType = json.Type();
+    item->m_OldValue = _bstr_t::FromUtf8(json.Text("old"));
+    item->m_NewValue = _bstr_t::FromUtf8(json.Text("new"));
+    return item;
   }
 
   [[noreturn]] void Refuse(const std::string& why) const {
@@ -142,21 +157,30 @@ private:
   WarningKeeper m_Warnings;
 };
 
+void Build(ZAMXml& tree, const std::string& source) {
+  const Input input(source);
+  const Json json = ParseJson(source, input.ReadAll());
+  TreeBuilder(tree, source).Build(JsonObject(source, json));
+}
+
+void RefuseUnsound(ZAMXml& tree, const std::string& source) {
+  Document document(tree, source);
+  const std::vector<Finding> findings = Verify(document);
+  if (!findings.empty()) {
+    throw Failure(source, "cannot import it", Sentence(findings.front()));
+  }
+}
+
 int Run(const Options& options) {
-  const Input input(options.m_Source);
-  const Json json = ParseJson(options.m_Source, input.ReadAll());
-  if (Member(options.m_Source, json, "zamxml", Json::value_t::number_unsigned) != JsonVersion) {
-    throw Failure(options.m_Source, "cannot import it", "its form is of another version");
-  }
   ZAMXml tree;
-  TreeBuilder(tree, options.m_Source).Build(json);
-  ZAMXMLFile proof;
+  Build(tree, options.m_Source);
+  RefuseUnsound(tree, options.m_Source);
+  const TargetLock lock(options.m_File, options);
+  const _bstr_t name = FileName(options.m_File);
+  RequireMemory(tree);
   ZAMLog log;
-  if (proof.OpenFromXML(tree, &log) == 0) {
-    throw Failure(options.m_Source, "it makes no document", Reason(log, options.m_Source));
-  }
-  const CreationLock lock(options.m_File, options.m_Force);
-  if (tree.SaveAs(FileName(options.m_File), &log) == 0) {
+  if (tree.SaveAs(name, &log) == 0) {
+    RequireMemory(tree);
     throw Failure(options.m_File, "cannot save it", Reason(log, options.m_File));
   }
   return ExitFine;
@@ -164,12 +188,12 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddImport(CLI::App& app, int& exitCode) {
+void AddImport(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb = app.add_subcommand("import", "Make a document from an exported one");
   verb->add_option("JSON", options->m_Source, "What export printed; - is the standard input")
       ->required();
   verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_flag("--force", options->m_Force, "Replace a file that exists");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  AddTargetOptions(*verb, *options);
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

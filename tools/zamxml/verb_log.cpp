@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <regex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,14 +28,21 @@ struct Options {
 };
 
 /// A date, or date and time up to the minute or second; "T" may stand between them.
-std::string ParseStamp(const char* option, std::string text) {
-  static const std::regex form(R"(\d{4}-\d\d-\d\d([ T]\d\d:\d\d(:\d\d)?)?)");
-  if (!text.empty() && !std::regex_match(text, form)) {
+std::string ParseStamp(const char* option, const std::string& text) {
+  constexpr std::string_view Form = "0000-00-00 00:00:00";
+  std::string stamp = text;
+  std::replace(stamp.begin(), stamp.end(), 'T', ' ');
+  const auto fits = [](char c, char form) {
+    return form == '0' ? c >= '0' && c <= '9' : c == form;
+  };
+  // Nothing, a day, or a time to the minute or the second.
+  const std::size_t size = stamp.size();
+  if ((size != 0 && size != 10 && size != 16 && size != 19) ||
+      !std::equal(stamp.begin(), stamp.end(), Form.begin(), fits)) {
     throw Failure("", fmt::format("{} {}", option, text),
                   "a date is written 2024-03-05, with a time 2024-03-05 14:07");
   }
-  std::replace(text.begin(), text.end(), 'T', ' ');
-  return text;
+  return stamp;
 }
 
 class Selection {
@@ -73,13 +79,12 @@ private:
   PathFilter m_Paths;
 };
 
-void PrintModification(const ZAMXMLModification& modification, int number, const Options& options,
-                       const Selection& selection) {
-  fmt::print("{}  {} change{}  {}\n", Headline(modification, number), modification.GetCount(),
-             modification.GetCount() == 1 ? "" : "s", Printable(modification.m_UID));
-  if (options.m_Patch) {
-    PrintChanges(modification, selection.Paths());
-  }
+std::string TextOf(const ZAMXMLModification& modification, int number, const Options& options,
+                   const Selection& selection) {
+  const std::string line =
+      fmt::format("{}  {} change{}  {}\n", Headline(modification, number), modification.GetCount(),
+                  modification.GetCount() == 1 ? "" : "s", Printable(modification.m_UID));
+  return options.m_Patch ? line + ChangeLines(modification, selection.Paths()) : line;
 }
 
 int Run(const Options& options) {
@@ -88,6 +93,7 @@ int Run(const Options& options) {
   Document document(input.Path(), options.m_File);
   Json json = JsonOutput("log", options.m_File);
   json["modifications"] = Json::array();
+  std::string text;
   for (int number = 0; number <= document.Last(); ++number) {
     const ZAMXMLModification& modification = document.Modification(number);
     if (!selection.Takes(modification)) {
@@ -96,23 +102,21 @@ int Run(const Options& options) {
     if (options.m_Json) {
       json["modifications"].push_back(ToJson(modification, number));
     } else {
-      PrintModification(modification, number, options, selection);
+      text += TextOf(modification, number, options, selection);
     }
   }
-  if (options.m_Json) {
-    PrintJson(json);
-  }
-  if (document.Unreadable() > 0) {
+  const int unreadable = document.Unreadable();
+  Deliver(options.m_Json ? JsonText(json) : text);
+  if (unreadable > 0) {
     throw Failure(options.m_File, "its history is not whole",
-                  fmt::format("modifications that cannot be read: {}", document.Unreadable()),
-                  ExitFinding);
+                  fmt::format("modifications that cannot be read: {}", unreadable), ExitFinding);
   }
   return ExitFine;
 }
 
 }  // namespace
 
-void AddLog(CLI::App& app, int& exitCode) {
+void AddLog(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb = app.add_subcommand("log", "Show the history of a document");
   verb->add_option("FILE", options->m_File, "The document")->required();
@@ -124,5 +128,5 @@ void AddLog(CLI::App& app, int& exitCode) {
   verb->add_option("--path", options->m_Paths, "Only what changes this value; may be repeated")
       ->allow_extra_args(false);
   verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

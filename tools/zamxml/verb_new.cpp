@@ -4,17 +4,17 @@
 
 #include "edits.h"
 #include "failure.h"
-#include "file_lock.h"
+#include "memory.h"
+#include "target.h"
 #include "text.h"
 #include "verbs.h"
 
 namespace {
 
-struct Options {
+struct Options : TargetOptions {
   std::string m_File;
   std::vector<std::string> m_Set;
   bool m_Create = false;
-  bool m_Force = false;
 };
 
 /// A document whose values are put into the tree when the sections have been written.
@@ -69,10 +69,11 @@ int Run(const Options& options) {
     edits.push_back(ParseTextEdit(options.m_File, argument));
   }
   RefuseRepeated(options.m_File, edits);
-  const CreationLock lock(options.m_File, options.m_Force);
+  const TargetLock lock(options.m_File, options);
   NewDocument document(options, std::move(edits));
   ZAMLog log;
   if (document.New(&log) == 0 || document.SaveAs(FileName(options.m_File), &log) == 0) {
+    RequireMemory(document.m_Xml);
     throw Failure(options.m_File, "cannot save it", Reason(log, options.m_File));
   }
   return ExitFine;
@@ -80,13 +81,13 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddNew(CLI::App& app, int& exitCode) {
+void AddNew(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb = app.add_subcommand("new", "Make a new document");
   verb->add_option("FILE", options->m_File, "The document")->required();
   verb->add_option("--set", options->m_Set, "A value: PATH[@ATTR]=VALUE; may be repeated")
       ->allow_extra_args(false);
   verb->add_flag("--create", options->m_Create, "Let --set add elements and attributes");
-  verb->add_flag("--force", options->m_Force, "Replace a file that exists");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  AddTargetOptions(*verb, *options);
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

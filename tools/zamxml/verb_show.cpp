@@ -38,25 +38,27 @@ _bstr_t SexOf(const ZAMXMLPatientInfo& patient) {
 }
 
 /// A section in plain words; what is empty is left out.
-void PrintRows(const char* title, const Rows& rows) {
-  fmt::print("\n{}\n", Painted(Colour::Title, title));
+std::string SectionText(const char* title, const Rows& rows) {
+  std::string text = '\n' + Painted(Colour::Title, title) + '\n';
   for (const auto& [label, value] : rows) {
     if (value.length() != 0) {
-      fmt::print("  {:<16} {}\n", label, Printable(value));
+      text += fmt::format("  {:<16} {}\n", label, Printable(value));
     }
   }
+  return text;
 }
 
-void PrintQuestions(const ZAMXMLExtraQuestion& questions) {
+std::string QuestionsText(const ZAMXMLExtraQuestion& questions) {
   if (questions.GetCount() == 0) {
-    return;
+    return {};
   }
-  fmt::print("\n{}\n", Painted(Colour::Title, "Questions"));
+  std::string text = '\n' + Painted(Colour::Title, "Questions") + '\n';
   _bstr_t question;
   _bstr_t answer;
   for (int i = 0; questions.GetQuestion(i, question, answer) != 0; ++i) {
-    fmt::print("  {}  {}\n", Printable(question), Painted(Colour::New, Printable(answer)));
+    text += fmt::format("  {}  {}\n", Printable(question), Painted(Colour::New, Printable(answer)));
   }
+  return text;
 }
 
 bool IsOwnSection(const std::string& name) {
@@ -65,7 +67,7 @@ bool IsOwnSection(const std::string& name) {
 }
 
 /// Sections that the records do not know are named with how much they hold.
-void PrintOthers(Document& document) {
+std::string OthersText(Document& document) {
   std::map<std::string, int> counts;
   for (const Value& value : ReadValues(document.m_Xml)) {
     const std::string section = value.m_Path.m_Element.substr(0, value.m_Path.m_Element.find('/'));
@@ -73,61 +75,64 @@ void PrintOthers(Document& document) {
       ++counts[section];
     }
   }
+  std::string text;
   for (const auto& [section, count] : counts) {
-    fmt::print("\n{}\n  {} value{}\n",
-               Painted(Colour::Title, Printable(_bstr_t::FromUtf8(section))), count,
-               count == 1 ? "" : "s");
+    text += fmt::format("\n{}\n  {} value{}\n",
+                        Painted(Colour::Title, Printable(_bstr_t::FromUtf8(section))), count,
+                        count == 1 ? "" : "s");
   }
+  return text;
 }
 
-void PrintSections(Document& document, int position) {
+std::string WholeText(Document& document, int position) {
   document.ReadSections();
   const auto& header = document.m_DocInfo;
   const auto& patient = document.m_PatientInfo;
   const auto& order = document.m_OrderInfo;
   const auto& study = document.m_StudyInfo;
-  fmt::print("{}: {}, {} modification{} in all\n", document.Name(),
-             position == Document::Original ? "the original content"
-                                            : fmt::format("after modification {}", position),
-             document.Last() + 1, document.Last() == 0 ? "" : "s");
-  PrintRows("Document", {{"Kind", header.m_ID},
-                         {"Type", header.m_Type},
-                         {"Version", header.m_Version},
-                         {"Author", header.m_Author},
-                         {"Application", header.m_Application},
-                         {"Institution", header.m_InstitutionName},
-                         {"Matching UID", header.m_MatchingUID}});
-  PrintRows("Patient", {{"Identifier", patient.m_ID},
-                        {"Name", NameOf(patient.m_Name)},
-                        {"Born", patient.m_BirthDate},
-                        {"Sex", SexOf(patient)},
-                        {"Age", WithUnit(patient.m_Age, patient.m_AgeUnit)},
-                        {"Race", patient.m_Race},
-                        {"Height", WithUnit(patient.m_Height, patient.m_HeightUnit)},
-                        {"Weight", WithUnit(patient.m_Weight, patient.m_WeightUnit)},
-                        {"Second identifier", patient.m_BackupID}});
-  PrintRows("Order", {{"Identifier", order.m_ID},
-                      {"Date", order.m_Date},
-                      {"Time", order.m_Time},
-                      {"Department", order.m_Department},
-                      {"Room", order.m_RoomNumber},
-                      {"Author", NameOf(order.m_AuthorName)},
-                      {"Comment", order.m_Comment}});
-  PrintRows("Study", {{"Identifier", study.m_ID},
-                      {"Date", study.m_Date},
-                      {"Time", study.m_Time},
-                      {"Department", study.m_Department},
-                      {"Room", study.m_RoomNumber},
-                      {"Author", NameOf(study.m_AuthorName)},
-                      {"Device vendor", study.m_DeviceInfo.m_Vendor},
-                      {"Device model", study.m_DeviceInfo.m_Model},
-                      {"Modality", study.m_DeviceInfo.m_Modality},
-                      {"Device code", study.m_DeviceInfo.m_Code},
-                      {"Serial number", study.m_DeviceInfo.m_SerialNo},
-                      {"Status", study.m_Status},
-                      {"Comment", study.m_Comment}});
-  PrintQuestions(study.m_ExtraQuestions);
-  PrintOthers(document);
+  const std::string name = Printable(_bstr_t::FromUtf8(document.Name()));
+  return fmt::format("{}: {}, {} modification{} in all\n", name,
+                     position == Document::Original
+                         ? "the original content"
+                         : fmt::format("after modification {}", position),
+                     document.Last() + 1, document.Last() == 0 ? "" : "s") +
+         SectionText("Document", {{"Kind", header.m_ID},
+                                  {"Type", header.m_Type},
+                                  {"Version", header.m_Version},
+                                  {"Author", header.m_Author},
+                                  {"Application", header.m_Application},
+                                  {"Institution", header.m_InstitutionName},
+                                  {"Matching UID", header.m_MatchingUID}}) +
+         SectionText("Patient", {{"Identifier", patient.m_ID},
+                                 {"Name", NameOf(patient.m_Name)},
+                                 {"Born", patient.m_BirthDate},
+                                 {"Sex", SexOf(patient)},
+                                 {"Age", WithUnit(patient.m_Age, patient.m_AgeUnit)},
+                                 {"Race", patient.m_Race},
+                                 {"Height", WithUnit(patient.m_Height, patient.m_HeightUnit)},
+                                 {"Weight", WithUnit(patient.m_Weight, patient.m_WeightUnit)},
+                                 {"Second identifier", patient.m_BackupID}}) +
+         SectionText("Order", {{"Identifier", order.m_ID},
+                               {"Date", order.m_Date},
+                               {"Time", order.m_Time},
+                               {"Department", order.m_Department},
+                               {"Room", order.m_RoomNumber},
+                               {"Author", NameOf(order.m_AuthorName)},
+                               {"Comment", order.m_Comment}}) +
+         SectionText("Study", {{"Identifier", study.m_ID},
+                               {"Date", study.m_Date},
+                               {"Time", study.m_Time},
+                               {"Department", study.m_Department},
+                               {"Room", study.m_RoomNumber},
+                               {"Author", NameOf(study.m_AuthorName)},
+                               {"Device vendor", study.m_DeviceInfo.m_Vendor},
+                               {"Device model", study.m_DeviceInfo.m_Model},
+                               {"Modality", study.m_DeviceInfo.m_Modality},
+                               {"Device code", study.m_DeviceInfo.m_Code},
+                               {"Serial number", study.m_DeviceInfo.m_SerialNo},
+                               {"Status", study.m_Status},
+                               {"Comment", study.m_Comment}}) +
+         QuestionsText(study.m_ExtraQuestions) + OthersText(document);
 }
 
 int PrintValues(Document& document, const Options& options, int position) {
@@ -136,6 +141,7 @@ int PrintValues(Document& document, const Options& options, int position) {
   json["position"] = position;
   json["last"] = document.Last();
   json["values"] = Json::array();
+  std::string text;
   for (const Value& value : ReadValues(document.m_Xml)) {
     if (!filter.Takes(value.m_Path)) {
       continue;
@@ -143,13 +149,11 @@ int PrintValues(Document& document, const Options& options, int position) {
     if (options.m_Json) {
       json["values"].push_back(ToJson(value));
     } else {
-      fmt::print("{} = {}\n", Printable(_bstr_t::FromUtf8(value.m_Path.Whole())),
-                 Quoted(value.m_Text));
+      text +=
+          Printable(_bstr_t::FromUtf8(value.m_Path.Whole())) + " = " + Quoted(value.m_Text) + '\n';
     }
   }
-  if (options.m_Json) {
-    PrintJson(json);
-  }
+  Deliver(options.m_Json ? JsonText(json) : text);
   return ReportIdle(filter, options.m_File);
 }
 
@@ -161,13 +165,13 @@ int Run(const Options& options) {
   if (options.m_Json || !options.m_Paths.empty()) {
     return PrintValues(document, options, position);
   }
-  PrintSections(document, position);
+  Deliver(WholeText(document, position));
   return ExitFine;
 }
 
 }  // namespace
 
-void AddShow(CLI::App& app, int& exitCode) {
+void AddShow(CLI::App& app, VerbRun& run) {
   auto options = std::make_shared<Options>();
   CLI::App* verb = app.add_subcommand("show", "Show what a document holds");
   verb->add_option("FILE", options->m_File, "The document")->required();
@@ -175,5 +179,5 @@ void AddShow(CLI::App& app, int& exitCode) {
   verb->add_option("--at", options->m_At, "Position: original, last or a number")
       ->capture_default_str();
   verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &exitCode] { exitCode = Run(*options); });
+  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
 }

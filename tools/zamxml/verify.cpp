@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "change_list.h"
-#include "document.h"
 #include "failure.h"
 #include "text.h"
 #include "values.h"
@@ -54,9 +53,13 @@ public:
     }
     CheckQuestions();
     CheckStoredHistory();
-    for (int number = 0; number <= m_Document.Last(); ++number) {
-      CheckModification(number);
-      m_Document.MoveTo(number);
+    try {
+      for (int number = 0; number <= m_Document.Last(); ++number) {
+        CheckModification(number);
+        m_Document.MoveTo(number);
+      }
+    } catch (const Unsound& failure) {
+      Report({}, {}, failure.Message());
     }
     return std::move(m_Findings);
   }
@@ -188,12 +191,15 @@ private:
 
 }  // namespace
 
-std::vector<Finding> Verify(const std::string& path, const std::string& name) {
-  try {
-    Document document(path, name);
-    return Verifier(document).Run();
-  } catch (const Failure& failure) {
-    const std::string what = failure.what();
-    return {{std::nullopt, {}, what.substr(what.find(": ") + 2)}};
+std::vector<Finding> Verify(Document& document) { return Verifier(document).Run(); }
+
+std::string Sentence(const Finding& finding) {
+  std::string sentence;
+  if (finding.m_Modification) {
+    sentence += fmt::format("modification {}: ", *finding.m_Modification);
   }
+  if (!finding.m_Path.m_Element.empty()) {
+    sentence += Printable(_bstr_t::FromUtf8(finding.m_Path.Whole())) + ": ";
+  }
+  return sentence + finding.m_What;
 }

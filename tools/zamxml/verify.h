@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "document.h"
 #include "value_path.h"
 
 /// Something that is wrong with a document.
@@ -13,7 +14,10 @@ struct Finding {
   std::string m_What;
 };
 
-/// Opens the file and proves it: it is well-formed, has all sections, each with its identifier and
+/// Proves a document that has just been opened: it has all sections, each with its identifier and
 /// no field twice, and its history can be read and is a chain: what every change says was there
-/// before is what the document held. A file that cannot be opened is one finding.
-std::vector<Finding> Verify(const std::string& path, const std::string& name);
+/// before is what the document held.
+std::vector<Finding> Verify(Document& document);
+
+/// "modification 3: PATH: what", in one line.
+std::string Sentence(const Finding& finding);

@@ -39,6 +39,12 @@ public:
     return index;
   }
 
+  /// Removes the entry at an index from 0 to GetCount() - 1, without deleting what it points to;
+  /// any other index raises CInvalidArgException.
+  void RemoveAt(int index) {
+    m_Entries.erase(m_Entries.begin() + static_cast<std::ptrdiff_t>(Checked(index)));
+  }
+
   /// Removes all entries, without deleting what they point to.
   void RemoveAll() noexcept { m_Entries.clear(); }
 

@@ -35,7 +35,8 @@ public:
   virtual int Save();
 
   /// Saves to the path through OnFileSave; success makes the path current and leaves it opened, a
-  /// failure leaves the current path as it was.
+  /// failure leaves the current path as it was. What a hook closed, or replaced by something else,
+  /// keeps the path that it got there.
   virtual int SaveAs(const _bstr_t& path, ZAMLog* log);
 
   /// Nonzero from a successful Open or New (or a first SaveAs) until Close.
@@ -55,7 +56,12 @@ protected:
   int OpenOrClose(const std::function<int()>& step);
   /// For derived classes that become opened in a way of their own.
   void SetOpened(int opened) noexcept { m_nOpened = opened; }
+  /// Changes with every New, Open and Close (and what opens in a way of its own). An operation that
+  /// calls hooks compares it to learn whether a hook closed the object or put something else into
+  /// it.
+  unsigned int Session() const noexcept { return m_Session; }
 
 private:
   int m_nOpened = 0;
+  unsigned int m_Session = 0;
 };

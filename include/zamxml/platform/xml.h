@@ -10,6 +10,9 @@
 
 struct ZAMXmlNode;
 struct ZAMXmlDocument;
+namespace zam {
+class FieldCursor;
+}
 
 /// A counted handle to one element of a ZAMXml document; null means no element.
 ///
@@ -22,8 +25,7 @@ public:
   IXMLDOMNodePtr(std::nullptr_t) noexcept;
   IXMLDOMNodePtr(const IXMLDOMNodePtr&) noexcept;
   IXMLDOMNodePtr(IXMLDOMNodePtr&&) noexcept;
-  IXMLDOMNodePtr& operator=(const IXMLDOMNodePtr&) noexcept;
-  IXMLDOMNodePtr& operator=(IXMLDOMNodePtr&&) noexcept;
+  IXMLDOMNodePtr& operator=(IXMLDOMNodePtr) noexcept;
   ~IXMLDOMNodePtr();
 
   /// True when there is an element behind the handle.
@@ -40,9 +42,9 @@ public:
 private:
   friend class ZAMXml;
   friend struct ZAMXmlDocument;
-  explicit IXMLDOMNodePtr(std::shared_ptr<ZAMXmlNode> node) noexcept;
+  explicit IXMLDOMNodePtr(ZAMXmlNode* node) noexcept;
 
-  std::shared_ptr<ZAMXmlNode> m_Node;
+  ZAMXmlNode* m_Node = nullptr;
 };
 
 /// One XML document in memory.
@@ -95,6 +97,20 @@ public:
 
   /// Exchanges the documents, with their paths; handles follow them. The logs stay.
   void Swap(ZAMXml& other) noexcept;
+
+  /// How many steps on this document have run out of memory since it was constructed or
+  /// ForgetShortage was called. Unlike the log, it survives every later entry. Records swallow such
+  /// a failure; whoever starts reading or writing a whole document compares the count before and
+  /// after, and does not take a document that ran short for a whole one.
+  int RanOutOfMemory() const noexcept { return m_nShortages; }
+  /// Sets that count to 0.
+  void ForgetShortage() noexcept { m_nShortages = 0; }
+  /// Adds 1 to that count, for code around the tree that catches E_OUTOFMEMORY or std::bad_alloc.
+  void ReportShortage() noexcept { ++m_nShortages; }
+
+  /// Sets a log that gets a copy of every later warning, or none with null, and returns the former.
+  /// The log stays the caller's and must outlive its use.
+  ZAMLog* SetWarningLog(ZAMLog* log) noexcept;
 
   /// Whether saving waits until the bytes are on the disk (1, as constructed) or leaves that to
   /// the system (0: for files that live for a moment only). Returns what held before.
@@ -154,6 +170,9 @@ public:
   int RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name);
   /// Removes all that the node holds: child elements, texts, comments.
   int RemoveChildNodeAll(const IXMLDOMNodePtr& node);
+  /// Removes up to count child elements of that name, from the one at the index first on. The name
+  /// is one step. Needs no memory for a name of at most 15 ASCII characters.
+  int RemoveChildNodes(const IXMLDOMNodePtr& node, ZAMTextView name, int first, int count);
 
   /// The first child element, or the next sibling element; a null handle when there is none.
   IXMLDOMNodePtr GetFirstChildNode(const IXMLDOMNodePtr& node);
@@ -185,6 +204,7 @@ protected:
   int OnFileSave(const _bstr_t& path, ZAMLog* log) override;
 
 private:
+  friend class zam::FieldCursor;
   struct ZAMXML_LOCAL Access;
 
   int Fail(int code, const _bstr_t& detail, ZAMLog* log);
@@ -193,4 +213,6 @@ private:
 
   std::unique_ptr<ZAMXmlDocument> m_Document;
   int m_nDurable = 1;
+  int m_nShortages = 0;
+  ZAMLog* m_pWarningLog = nullptr;
 };

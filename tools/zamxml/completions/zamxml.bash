@@ -8,18 +8,21 @@ _zamxml() {
     return
   fi
   case $verb in
-    new) options="--set --create --force" ;;
+    new) options="--set --create --force --wait" ;;
     show) options="--at --json" ;;
     log) options="--patch --user --since --until --path --json" ;;
     diff | blame) options="--json" ;;
     amend)
-      options="--user --user-name --uid --code --output --force --dry-run --wait --json --set --name
-        --statements --from --create"
+      options="--user --user-name --uid --code --output --force --dry-run --wait
+        --change-document-id --json --set --name --statements --from --create"
       ;;
-    revert) options="--user --user-name --uid --code --output --force --dry-run --wait --json" ;;
+    revert)
+      options="--user --user-name --uid --code --output --force --dry-run --wait
+        --change-document-id --json"
+      ;;
     check) options="--recursive --jobs --json" ;;
     export) options="--at" ;;
-    import) options="--force" ;;
+    import) options="--force --wait" ;;
   esac
   if [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "--help ${options-}" -- "$current")

@@ -1,0 +1,68 @@
+#include "zamxml/platform/lock.h"
+
+#include <chrono>
+#include <new>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "platform/codes.h"
+#include "platform/system.h"
+#include "zamxml/platform/error.h"
+#include "zamxml/platform/util.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto Pause = std::chrono::milliseconds(5);
+
+}  // namespace
+
+class ZAMFileLock::Holding {
+public:
+  bool TakeWithin(const std::string& path, double wait, std::string& reason) {
+    const auto name = zam::LockFileName(path, reason);
+    const auto start = Clock::now();
+    while (name) {
+      const auto attempt = m_File.Take(*name, zam::LockFile::For::Everyone, reason);
+      const std::chrono::duration<double> waited = Clock::now() - start;
+      // A wait that is no number compares as false: no wait.
+      if (attempt != zam::LockFile::Attempt::Busy || !(waited.count() < wait)) {
+        return attempt == zam::LockFile::Attempt::Held;
+      }
+      std::this_thread::sleep_for(Pause);
+    }
+    return false;
+  }
+
+private:
+  zam::LockFile m_File;
+};
+
+ZAMFileLock::ZAMFileLock(const _bstr_t& path) : m_Path(path) {}
+ZAMFileLock::~ZAMFileLock() = default;
+
+int ZAMFileLock::Lock(double wait, ZAMLog* log) {
+  if (IsLocked() != 0) {
+    return 1;
+  }
+  try {
+    std::string reason;
+    auto holding = std::make_unique<Holding>();
+    if (holding->TakeWithin(m_Path.utf8(), wait, reason)) {
+      m_pHolding = std::move(holding);
+    } else if (log != nullptr) {
+      log->SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_FILE, zam::CodeNotLocked,
+                  ZAMGF::ZAMErrorString(zam::CodeNotLocked),
+                  m_Path + u": " + _bstr_t::FromUtf8(reason), 0);
+    }
+  } catch (const std::bad_alloc&) {
+    throw _com_error(E_OUTOFMEMORY);
+  }
+  return IsLocked();
+}
+
+void ZAMFileLock::Unlock() { m_pHolding.reset(); }
+
+int ZAMFileLock::IsLocked() const noexcept { return m_pHolding != nullptr ? 1 : 0; }

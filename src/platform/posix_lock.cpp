@@ -1,0 +1,103 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "platform/posix.h"
+#include "platform/system.h"
+
+/// Locks are those of flock(2): they belong to an opened file, so two of one process exclude each
+/// other, and they end with the process however it ends.
+
+namespace zam {
+namespace {
+
+/// Without O_NONBLOCK opening a pipe would wait for its other end.
+constexpr int OpenFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+
+/// Makes the file; where one has come up meanwhile, that is a matter of trying again.
+int Make(const char* path, mode_t mode) {
+  const int made = ::open(path, OpenFlags | O_CREAT | O_EXCL, mode);
+  // The bits that the process masks out are asked for again: others are to lock it, too.
+  if (made >= 0 && (mode & S_IRWXO) != 0 && ::fchmod(made, mode) != 0) {
+    const int error = errno;
+    ::unlink(path);
+    ::close(made);
+    errno = error;
+    return -1;
+  }
+  return made;
+}
+
+}  // namespace
+
+std::optional<std::string> LockFileName(const std::string& path, std::string& reason) {
+  if (!IsUsablePath(path, reason)) {
+    return std::nullopt;
+  }
+  const auto target = FollowLinks(path, reason);
+  if (!target) {
+    return std::nullopt;
+  }
+  // The name must mean the same when the process has gone to another folder.
+  const std::unique_ptr<char, decltype(&std::free)> folder(
+      ::realpath(FolderOf(*target).c_str(), nullptr), &std::free);
+  if (!folder) {
+    reason = LastReason();
+    return std::nullopt;
+  }
+  return NameBeside(Joined(folder.get(), target->substr(target->rfind('/') + 1)), ".lock");
+}
+
+LockFile::Attempt LockFile::Take(const std::string& path, For whom, std::string& reason) {
+  Release();
+  std::string name = path;
+  Descriptor file(::open(path.c_str(), OpenFlags));
+  // One that cannot be opened belongs to another user, who may be about to open it to others.
+  bool passes = errno == EACCES;
+  if (!file.IsOpen() && errno == ENOENT && whom != For::Leftover) {
+    file = Descriptor(Make(path.c_str(), whom == For::Everyone ? 0666 : 0600));
+    passes = errno == EEXIST;
+  }
+  struct stat status {};
+  if (!file.IsOpen() || ::fstat(file.Number(), &status) != 0) {
+    reason = LastReason();
+    return passes ? Attempt::Busy : Attempt::Failed;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    reason = path + " is not a regular file";
+    return Attempt::Failed;
+  }
+  const bool locked = ::flock(file.Number(), LOCK_EX | LOCK_NB) == 0;
+  if (!locked && errno != EWOULDBLOCK && errno != EINTR) {
+    reason = LastReason();
+    return Attempt::Failed;
+  }
+  // A holder removes the name before it gives the lock up.
+  if (!locked || !LeadsTo(path, file.Number())) {
+    reason = "another holder has locked it";
+    return Attempt::Busy;
+  }
+  m_Path = std::move(name);
+  m_Process = ProcessNumber();
+  m_Descriptor = file.Release();
+  return Attempt::Held;
+}
+
+void LockFile::Release() noexcept {
+  if (!IsHeld()) {
+    return;
+  }
+  // A forked child has the descriptor as well, but the lock is its parent's.
+  if (m_Process == ProcessNumber() && LeadsTo(m_Path, m_Descriptor)) {
+    ::unlink(m_Path.c_str());
+  }
+  ::close(std::exchange(m_Descriptor, -1));
+}
+
+}  // namespace zam

@@ -1,0 +1,94 @@
+#include "platform/xml_fields.h"
+
+#include "platform/codes.h"
+#include "platform/utf.h"
+#include "platform/xml_access.h"
+
+namespace zam {
+
+FieldCursor::FieldCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept
+    : m_Xml(xml),
+      m_Handle(element),
+      m_Element(ZAMXml::Access{xml}.Element(element).internal_object()) {}
+
+pugi::xml_node FieldCursor::Find(const FieldName& name) {
+  const pugi::xml_node parent(m_Element);
+  const pugi::xml_node last(m_Last);
+  if (last && IsElement(last, name.view())) {
+    return last;
+  }
+  if (m_InOrder) {
+    const pugi::xml_node next = ElementFrom(last ? last.next_sibling() : parent.first_child());
+    if (next && IsElement(next, name.view())) {
+      m_Last = next.internal_object();
+      return next;
+    }
+  }
+  const pugi::xml_node found =
+      parent ? m_Xml.m_Document->Child(parent, name.view(), 0) : pugi::xml_node();
+  if (found) {
+    m_InOrder = false;
+    m_Last = found.internal_object();
+  }
+  return found;
+}
+
+pugi::xml_node FieldCursor::FindOrAdd(const FieldName& name) {
+  pugi::xml_node child = Find(name);
+  if (!child && m_Element != nullptr) {
+    const pugi::xml_node parent(m_Element);
+    const bool behindLast =
+        m_InOrder && !ElementFrom(m_Last != nullptr ? pugi::xml_node(m_Last).next_sibling()
+                                                    : parent.first_child());
+    child = m_Xml.m_Document->AddElement(parent, name.view());
+    m_InOrder = behindLast;
+    m_Last = child.internal_object();
+  }
+  if (!child) {
+    const std::u16string text(name.view().begin(), name.view().end());
+    ZAMXml::Access{m_Xml}.RefuseChild(m_Handle, text);
+  }
+  return child;
+}
+
+void FieldCursor::ReadText(const FieldName& name, _bstr_t& text) {
+  const ZAMXml::Access access{m_Xml};
+  access.Allocating([&] { return access.GetText(Find(name), text); });
+}
+
+void FieldCursor::ReadAttribute(const FieldName& child, const FieldName& attribute,
+                                _bstr_t& value) {
+  const ZAMXml::Access access{m_Xml};
+  access.Allocating([&] {
+    ZAMXml::Access::Assign(value, Find(child).attribute(attribute.c_str()).value());
+    return 1;
+  });
+}
+
+IXMLDOMNodePtr FieldCursor::Child(const FieldName& name) {
+  return ZAMXml::Access{m_Xml}.Allocating([&]() -> IXMLDOMNodePtr {
+    const pugi::xml_node child = Find(name);
+    return child ? m_Xml.m_Document->Handle(child, 0) : IXMLDOMNodePtr();
+  });
+}
+
+bool FieldCursor::WriteText(const FieldName& name, ZAMTextView text) {
+  const ZAMXml::Access access{m_Xml};
+  return access.Allocating([&] { return access.SetText(FindOrAdd(name), text) != 0; });
+}
+
+bool FieldCursor::WriteAttribute(const FieldName& child, const FieldName& attribute,
+                                 ZAMTextView value) {
+  const ZAMXml::Access access{m_Xml};
+  return access.Allocating(
+      [&] { return access.SetAttribute(FindOrAdd(child), attribute.c_str(), value) != 0; });
+}
+
+IXMLDOMNodePtr FieldCursor::ChildToWrite(const FieldName& name) {
+  return ZAMXml::Access{m_Xml}.Allocating([&]() -> IXMLDOMNodePtr {
+    const pugi::xml_node child = FindOrAdd(name);
+    return child ? m_Xml.m_Document->Handle(child, 0) : IXMLDOMNodePtr();
+  });
+}
+
+}  // namespace zam

@@ -1,0 +1,335 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "support/document.h"
+#include "support/shortage.h"
+
+namespace {
+
+/// A host that looks for a section of its own, which documents need not have.
+class Host : public ZAMXMLFile {
+public:
+  using ZAMXMLFile::CopyXMLTemplate;
+
+  _bstr_t m_Path;
+  ZAMModule m_Templates;
+  ZAMXml m_Source;  ///< what OpenFromXML copies
+
+protected:
+  int OnReadNonStandard(ZAMXml& xml, ZAMLog* /*log*/) override {
+    xml.GetNode(u"KESTRANE_ZAM/Own");
+    return 1;
+  }
+  int OnCopyXMLTemplate(const _bstr_t& path) override {
+    return m_Templates.FindXmlResource(1) ? CopyXMLTemplate(&m_Templates, 1, path) : 0;
+  }
+};
+
+struct Road {
+  const char* m_Name;
+  void (*m_Prepare)(Host& host);
+  int (*m_Take)(Host& host);
+  bool m_Closes = false;  ///< a road that fails may leave the document closed
+};
+
+void PrintTo(const Road& road, std::ostream* stream) { *stream << road.m_Name; }
+
+const std::u16string Long(300, u'n');
+
+void Require(bool done) {
+  if (!done) {
+    throw std::runtime_error("A road cannot be prepared");
+  }
+}
+
+/// A document of three modifications, as it is once they have been shown and undone.
+std::string Original(const std::string& headerId) {
+  ZAMXml tree;
+  test::Load(tree, test::DocumentBytes(
+                       {{"PatientInfo/Weight", "", "58", "60"},
+                        {"PatientInfo/Name", "", "Kim^^^^^", "Kim Min-seo^Kim^Min-seo^^^", "NAME"},
+                        {"Foreign/List", "", "", "one^two", "STATEMENT"}},
+                       "", headerId));
+  test::Document document;
+  Require(document.OpenFromXML(tree, nullptr) == 1 && document.SetHistory(-1) == 1);
+  IXMLDOMNodePtr list = document.m_Xml.GetNode(u"KESTRANE_ZAM/Modifications");
+  Require(document.m_Modifications.WriteToXML(document.m_Xml, list, nullptr) == 1);
+  return test::Saved(document.m_Xml);
+}
+
+void Write(const Host& host, const std::string& headerId) {
+  static const std::string unknown = Original("UNKNOWN");
+  static const std::string other = Original("OTHER");
+  test::WriteBytes(host.m_Path.utf8(), headerId == "OTHER" ? other : unknown);
+}
+
+void Open(Host& host, const std::string& headerId = "UNKNOWN") {
+  Write(host, headerId);
+  Require(host.Open(host.m_Path, nullptr) == 1);
+  host.m_Xml.SetDurable(0);
+}
+
+void OpenOther(Host& host) { Open(host, "OTHER"); }
+
+void OpenWithTemplate(Host& host) {
+  host.m_Templates.AddXmlResource(1, "<KESTRANE_ZAM><Logo>x</Logo></KESTRANE_ZAM>");
+  OpenOther(host);
+}
+
+void FillNew(Host& host) {
+  Require(host.New(nullptr) == 1);
+  host.m_PatientInfo.m_ID = u"P1";
+  host.m_PatientInfo.m_Name.m_Full = u"Kim Min-seo";
+  host.m_StudyInfo.m_AuthorName.m_Full = u"Lee";
+  host.m_StudyInfo.m_ExtraQuestions.AddQuestion(u"How are you?", u"Well");
+}
+
+int Begin(Host& host) { return host.BeginModify(u"2.25.1", u"kim", u"Kim"); }
+
+int AddItems(Host& host) {
+  ZAMXMLName name;
+  name.m_Full = u"Park";
+  ZAMXMLStatement list;
+  list.AddStatement(u"three");
+  return host.AddChangeItem(u"", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING, Long) >= 0 &&
+                 host.AddChangeItem(u"", u"PatientInfo/Weight", u"Unit", ZAMXML_VTYPE_STRING,
+                                    u"lb") >= 0 &&
+                 host.AddChangeItemName(u"", u"PatientInfo/Name", name) >= 0 &&
+                 host.AddChangeItemStatement(u"", u"Foreign/List", list) >= 0
+             ? 1
+             : 0;
+}
+
+void OpenEdit(Host& host) {
+  Open(host);
+  Require(Begin(host) == 1 && AddItems(host) == 1);
+}
+
+void OpenCommitted(Host& host) {
+  OpenEdit(host);
+  Require(host.CommitModify() == 1);
+}
+
+/// The last thing in the log of the tree is a warning.
+void OpenCommittedControl(Host& host) {
+  Open(host);
+  Require(Begin(host) == 1 &&
+          host.AddChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, u"\u0001") == 0 &&
+          host.CommitModify() == 1);
+}
+
+void OpenSource(Host& host) {
+  Open(host);
+  test::Load(host.m_Source, test::DocumentBytes(test::ThreeWeights()));
+}
+
+int Save(Host& host) { return host.Save(); }
+int SaveAs(Host& host) { return host.SaveAs(host.m_Path, nullptr); }
+int ShowLast(Host& host) { return host.SetHistoryToLast(); }
+int ShowOriginal(Host& host) { return host.SetHistoryToOriginal(); }
+
+int Edit(Host& host) {
+  if (host.m_pModification != nullptr) {
+    host.CancelModify();
+  }
+  return Begin(host) == 1 ? AddItems(host) : 0;
+}
+
+/// A modification is committed once; the next move of the history writes a list that stands in
+/// memory only.
+int Commit(Host& host) {
+  if (host.GetHistoryCount() == 3 && host.CommitModify() == 0) {
+    return 0;
+  }
+  host.CancelModify();
+  return host.SetHistory(2);
+}
+
+const Road Roads[] = {
+    {"SaveAsNew", FillNew, SaveAs},
+    {"Save", [](Host& host) { Open(host); }, Save},
+    {"SaveRebuilding", OpenOther, Save},
+    {"SaveThroughTemplate", OpenWithTemplate, Save},
+    {"BeginModifyRebuilding", OpenOther, Begin},
+    {"Edit", [](Host& host) { Open(host); }, Edit},
+    {"Commit", OpenEdit, Commit},
+    {"Open", [](Host& host) { Write(host, "UNKNOWN"); },
+     [](Host& host) { return host.Open(host.m_Path, nullptr); }, true},
+    {"OpenFromXML", OpenSource, [](Host& host) { return host.OpenFromXML(host.m_Source, nullptr); },
+     true},
+    {"ShowOriginal", [](Host& host) { Open(host); }, ShowOriginal},
+    {"ShowCommitted", OpenCommitted, ShowLast},
+    {"ShowReplaced", OpenCommittedControl, ShowLast},
+};
+
+/// The stamps of a commit differ from run to run.
+std::string WithoutClock(std::string text) {
+  for (const char* name : {"<Date", "<Time"}) {
+    for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at)) {
+      const bool empty = text.compare(at + 5, 2, "/>") == 0;
+      text.erase(at, (empty ? at + 7 : text.find("</", at) + 7) - at);
+    }
+  }
+  return text;
+}
+
+template <class... Records>
+std::string Stored(Records&... records) {
+  ZAMXml xml;
+  Require(xml.New(nullptr) == 1 && xml.CreateRoot(u"R") == 1);
+  const auto store = [&xml](auto& record) {
+    IXMLDOMNodePtr section = xml.AddNode(u"R/Record", nullptr);
+    Require(record.WriteToXML(xml, section, nullptr) == 1);
+  };
+  (store(records), ...);
+  return test::Saved(xml);
+}
+
+/// All that a host can see of the document: records, list, pending edit and tree.
+std::string Shown(Host& host) {
+  std::string shown = _bstr_t(host.m_strFilePath).utf8() +
+                      (host.IsOpened() != 0 ? " opened" : " closed") + " at " +
+                      std::to_string(host.m_nHistory) + '\n' +
+                      Stored(host.m_DocInfo, host.m_PatientInfo, host.m_OrderInfo, host.m_StudyInfo,
+                             host.m_Modifications);
+  if (host.m_pModification != nullptr) {
+    shown += Stored(*host.m_pModification) + test::Saved(host.m_CloneXml);
+  }
+  if (host.m_Xml.GetNode(u"KESTRANE_ZAM")) {
+    shown += test::Saved(host.m_Xml);
+  }
+  return WithoutClock(shown);
+}
+
+class MemoryRoads : public testing::TestWithParam<Road> {
+protected:
+  MemoryRoads() {
+    std::filesystem::create_directory(m_Folder.Path("tmp"));
+    setenv("TMPDIR", m_Folder.Path("tmp").c_str(), 1);
+    std::filesystem::create_directory(m_Folder.Path("documents"));
+  }
+  ~MemoryRoads() override { unsetenv("TMPDIR"); }
+
+  std::string Bytes() const {
+    return std::filesystem::exists(m_File) ? WithoutClock(test::ReadBytes(m_File)) : "none";
+  }
+
+  /// The files beside the document and the temporary ones.
+  std::size_t FileCount() const {
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(m_Folder.Path(""))) {
+      count += entry.is_regular_file() ? 1 : 0;
+    }
+    return count;
+  }
+
+  test::TemporaryFolder m_Folder{test::TemporaryFolder::Medium::Memory};
+  std::filesystem::path m_File = m_Folder.Path("documents/document.xml");
+};
+
+TEST_P(MemoryRoads, EndAtTheOldStateOrTheNew) {
+  const Road& road = GetParam();
+  std::string oldBytes;
+  std::string oldShown;
+  std::string newBytes;
+  std::string newShown;
+  std::string newUnedited;
+  std::size_t newFiles = 0;
+  test::ForEachShortage([&](test::Shortage& shortage) {
+    std::filesystem::remove(m_File);
+    Host host;
+    host.m_Path = m_File.c_str();
+    road.m_Prepare(host);
+    if (oldShown.empty()) {
+      oldBytes = Bytes();
+      oldShown = Shown(host);
+    }
+    const int position = host.m_nHistory;
+    const bool editing = host.m_pModification != nullptr;
+    const int result = shortage.During([&] { return road.m_Take(host); });
+    if (!shortage.Happened()) {
+      EXPECT_EQ(result, 1);
+      newBytes = Bytes();
+      newShown = Shown(host);
+      newFiles = FileCount();
+      host.CancelModify();
+      newUnedited = Shown(host);
+      return;
+    }
+    const std::string bytes = Bytes();
+    EXPECT_TRUE(bytes == newBytes || (result == 0 && bytes == oldBytes)) << bytes;
+    if (result == 1) {
+      EXPECT_EQ(Shown(host), newShown);
+    } else if (road.m_Closes && host.IsOpened() == 0) {
+      EXPECT_EQ(host.GetHistoryCount(), 0);
+      EXPECT_EQ(host.m_PatientInfo.m_ID, u"");
+    } else {
+      // A move that was interrupted is repaired by the next; an edit may have begun.
+      if (!editing) {
+        host.CancelModify();
+      }
+      EXPECT_EQ(host.SetHistory(host.m_nHistory), 1);
+      EXPECT_EQ(host.SetHistory(position), 1);
+      const std::string shown = Shown(host);
+      EXPECT_TRUE(shown == newUnedited || shown == oldShown) << shown;
+    }
+    EXPECT_EQ(road.m_Take(host), 1) << "the same object works afterwards";
+    EXPECT_EQ(Bytes(), newBytes);
+    EXPECT_EQ(Shown(host), newShown);
+    EXPECT_EQ(FileCount(), newFiles);
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(Document, MemoryRoads, testing::ValuesIn(Roads),
+                         [](const auto& road) { return std::string(road.param.m_Name); });
+
+/// A block that is written over an old one leaves the old samples or the new ones, never neither.
+TEST(Memory, BlockIsOldOrNew) {
+  const auto fill = [](ZAMXMLBinary& block, unsigned char value) {
+    Require(block.AllocBinary(600) == 1);
+    std::fill_n(block.GetBinary(), 600, value);
+    block.m_BytePerData = 1;
+    block.m_CountOfData = 600;
+    block.m_BlockByteLength = 200;
+  };
+  test::ForEachShortage([&fill](test::Shortage& shortage) {
+    ZAMXml xml;
+    test::Load(xml, "<B/>");
+    IXMLDOMNodePtr root = xml.GetNode(u"B");
+    ZAMXMLBinary block;
+    fill(block, 1);
+    Require(block.WriteToXML(xml, root, nullptr) == 1);
+    fill(block, 2);
+    const int result = shortage.During([&] { return block.WriteToXML(xml, root, nullptr); });
+    EXPECT_TRUE(shortage.Happened() || result == 1);
+    ZAMXMLBinary stored;
+    ZAMLog log;
+    EXPECT_EQ(stored.ReadFromXML(xml, root, &log), 1);
+    EXPECT_EQ(log.GetLogCount(), 0) << "not whole";
+    const std::string samples(stored.GetBinary(), stored.GetBinary() + stored.m_BinaryLength);
+    EXPECT_TRUE(samples == std::string(600, 2) || (result == 0 && samples == std::string(600, 1)));
+    EXPECT_EQ(block.WriteToXML(xml, root, nullptr), 1);
+  });
+}
+
+TEST(Memory, TemplateIsCopiedOrTheFileKept) {
+  const test::TemporaryFolder folder;
+  const std::string path = folder.Path("document.xml");
+  ZAMModule module;
+  module.AddXmlResource(1, "<KESTRANE_ZAM/>");
+  test::ForEachShortage([&](test::Shortage& shortage) {
+    test::WriteBytes(path, "old");
+    const _bstr_t target = path.c_str();
+    const int result = shortage.During([&] { return Host::CopyXMLTemplate(&module, 1, target); });
+    EXPECT_TRUE(shortage.Happened() || result == 1);
+    EXPECT_EQ(test::ReadBytes(path), result == 1 ? "<KESTRANE_ZAM/>" : "old");
+    EXPECT_EQ(Host::CopyXMLTemplate(&module, 1, target), 1);
+  });
+}
+
+}  // namespace
