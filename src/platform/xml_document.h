@@ -10,6 +10,10 @@
 #include "platform/xml_path.h"
 #include "zamxml/platform/xml.h"
 
+namespace zam {
+class Insertion;
+}
+
 /// One document in memory: the tree and the notes on its elements.
 struct ZAMXmlDocument {
   ZAMXmlDocument() = default;
@@ -91,7 +95,10 @@ private:
 
   /// The white space to put around a new last child.
   zam::Formatting FormattingFor(pugi::xml_node parent);
-  void RememberFormatting(pugi::xml_node parent);
+  /// Remembers the white space around the children of a name, and what there is among the others.
+  void RememberFormatting(pugi::xml_node parent, std::string_view name);
+  /// Puts back what was among the others when the last child went.
+  void PutBackFormatting(pugi::xml_node parent, zam::Insertion& insertion);
   /// Takes away the formatting that is left over when the last child element has gone.
   void DropFormatting(pugi::xml_node parent);
 
