@@ -23,7 +23,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZAMXMLDataConfig.cmake
 file(RELATIVE_PATH pc_prefix /${pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
 if(NOT BUILD_SHARED_LIBS)
-  set(pc_requires "pugixml expat")
+  set(pc_requires "pugixml libxml-2.0")
   set(pc_cflags " -DZAMXML_STATIC")
 endif()
 configure_file(cmake/zamxmldata.pc.in zamxmldata.pc @ONLY)

@@ -10,8 +10,8 @@ foreach(header IN ITEMS include/ZAMXMLData.h include/zamxml/document.h include/z
 endforeach()
 file(WRITE ${WORK}/src/records/name.cpp
      "#include <cstring>\n#include \"field.h\"\n#include \"zamxml/platform/text.h\"\n")
-file(WRITE ${WORK}/src/platform/reader.cpp "#include <expat.h>\n#include <pugixml.hpp>\n")
-file(WRITE ${WORK}/src/platform/posix.cpp "#include <unistd.h>\n")
+file(WRITE ${WORK}/src/platform/reader.cpp "#include <libxml/parser.h>\n#include <pugixml.hpp>\n")
+file(WRITE ${WORK}/src/platform/posix_text.cpp "#include <iconv.h>\n")
 file(WRITE ${WORK}/tests/text.cpp "#include <ZAMXMLData.h>\n#include <unistd.h>\n")
 
 function(check result output)

@@ -1,50 +1,53 @@
 #include "platform/name_escape.h"
 
-#include <expat.h>
-
+#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <memory>
-#include <type_traits>
+#include <iterator>
 
 #include "platform/utf.h"
 
 namespace zam {
 namespace {
 
-bool IsAsciiNameStart(char16_t unit) noexcept {
-  return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') || unit == u'_' ||
-         unit == u':';
-}
+struct Range {
+  char32_t m_First;
+  char32_t m_Last;
+  bool m_MayBegin;  ///< also the first character of a name
+};
 
-bool IsAsciiNameUnit(char16_t unit, bool first) noexcept {
-  return IsAsciiNameStart(unit) ||
-         (!first && ((unit >= u'0' && unit <= u'9') || unit == u'-' || unit == u'.'));
-}
+/// The characters beyond ASCII that may stand in a name, in order.
+constexpr Range NameRanges[] = {
+    {0xB7, 0xB7, false},    {0xC0, 0xD6, true},     {0xD8, 0xF6, true},
+    {0xF8, 0x2FF, true},    {0x300, 0x36F, false},  {0x370, 0x37D, true},
+    {0x37F, 0x1FFF, true},  {0x200C, 0x200D, true}, {0x203F, 0x2040, false},
+    {0x2070, 0x218F, true}, {0x2C00, 0x2FEF, true}, {0x3001, 0xD7FF, true},
+    {0xF900, 0xFDCF, true}, {0xFDF0, 0xFFFD, true}, {0x10000, 0xEFFFF, true},
+};
 
-/// Whether the parser that opens documents takes the name, whose ASCII characters are known to be
-/// good: the rule for the others is that parser's own.
-bool ParserTakes(const std::string& name) {
-  const std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser(
-      XML_ParserCreate("UTF-8"), &XML_ParserFree);
-  if (!parser) {
-    throw std::bad_alloc();
+bool IsNameCharacter(char32_t point, bool first) noexcept {
+  if (point < 0x80) {
+    return (point >= U'a' && point <= U'z') || (point >= U'A' && point <= U'Z') || point == U'_' ||
+           point == U':' ||
+           (!first && ((point >= U'0' && point <= U'9') || point == U'-' || point == U'.'));
   }
-  const std::string document = '<' + name + "/>";
-  return XML_Parse(parser.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) ==
-         XML_STATUS_OK;
+  const auto range =
+      std::lower_bound(std::begin(NameRanges), std::end(NameRanges), point,
+                       [](const Range& each, char32_t wanted) { return each.m_Last < wanted; });
+  return range != std::end(NameRanges) && range->m_First <= point && (range->m_MayBegin || !first);
 }
 
-bool IsXmlName(std::u16string_view name, const std::string& bytes) {
-  bool ascii = true;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    if (name[i] >= 0x80) {
-      ascii = false;
-    } else if (!IsAsciiNameUnit(name[i], i == 0)) {
-      return false;
-    }
-  }
-  return !name.empty() && (ascii || ParserTakes(bytes));
+/// The character at the front of a name that is not empty, of one unit or two.
+std::u16string_view FirstCharacter(std::u16string_view name) noexcept {
+  const bool pair = name.size() > 1 && (name[0] & 0xFC00) == 0xD800 && (name[1] & 0xFC00) == 0xDC00;
+  return name.substr(0, pair ? 2 : 1);
+}
+
+bool IsNameCharacter(std::u16string_view character, bool first) noexcept {
+  const char32_t lead = character.front();
+  return IsNameCharacter(
+      character.size() == 1 ? lead : 0x10000 + ((lead & 0x3FF) << 10) + (character[1] & 0x3FFU),
+      first);
 }
 
 void AppendEscaped(std::string& stored, char16_t unit) {
@@ -55,38 +58,43 @@ void AppendEscaped(std::string& stored, char16_t unit) {
 
 std::string Escape(std::u16string_view name) {
   std::string stored;
-  for (std::size_t i = 0; i < name.size();) {
-    const bool pair = (name[i] & 0xFC00) == 0xD800 && i + 1 < name.size();
-    const std::u16string_view character = name.substr(i, pair ? 2 : 1);
-    const char16_t unit = character.front();
-    const bool beforeX = unit == u'_' && i + 1 < name.size() && name[i + 1] == u'x';
-    const std::string bytes = ToUtf8(character);
-    const bool taken = unit < 0x80 ? IsAsciiNameUnit(unit, i == 0) && !beforeX
-                                   : ParserTakes(i == 0 ? bytes : 'n' + bytes);
-    if (taken) {
-      stored += bytes;
+  for (bool first = true; !name.empty(); first = false) {
+    const std::u16string_view character = FirstCharacter(name);
+    if (IsNameCharacter(character, first) && !name.starts_with(u"_x")) {
+      stored += ToUtf8(character);
     } else {
-      for (const char16_t each : character) {
-        AppendEscaped(stored, each);
+      for (const char16_t unit : character) {
+        AppendEscaped(stored, unit);
       }
     }
-    i += character.size();
+    name.remove_prefix(character.size());
   }
   return stored;
 }
 
 }  // namespace
 
+bool IsXmlName(std::u16string_view name) noexcept {
+  bool first = true;
+  for (std::u16string_view rest = name; !rest.empty(); first = false) {
+    const std::u16string_view character = FirstCharacter(rest);
+    if (!IsNameCharacter(character, first)) {
+      return false;
+    }
+    rest.remove_prefix(character.size());
+  }
+  return !first;
+}
+
 std::string StoredName(std::u16string_view name) {
+  if (IsXmlName(name)) {
+    return ToUtf8(name);
+  }
   if (name.empty()) {
     return "_x_";
   }
   bool replaced = false;
-  std::string bytes = ToXmlUtf8(name, replaced);
-  if (!replaced && IsXmlName(name, bytes)) {
-    return bytes;
-  }
-  return Escape(ToUtf16(bytes));
+  return Escape(ToUtf16(ToXmlUtf8(name, replaced)));
 }
 
 }  // namespace zam

@@ -5,6 +5,9 @@
 
 namespace zam {
 
+/// Whether a text is a name of XML 1.0 (fifth edition), as the parser takes it.
+bool IsXmlName(std::u16string_view name) noexcept;
+
 /// The name, in UTF-8, under which an element or attribute of that name is stored: the name itself
 /// when it is an XML name. Otherwise each UTF-16 unit that may not stand where it does becomes
 /// "_xHHHH_" (and a "_" before an "x" as well, so that no two such names meet), the convention of

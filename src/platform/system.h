@@ -39,6 +39,13 @@ struct FileBytes {
 /// The whole of a regular file; nothing, with the system's reason, when it cannot be read.
 std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason);
 
+enum class Conversion { Done, BadBytes, UnknownEncoding };
+
+/// Appends bytes in a named encoding, as UTF-8, to the text. Bytes that are none in that encoding,
+/// or a character that is cut off at the end, give BadBytes: the text then holds what stands before
+/// them.
+Conversion AppendConverted(std::string& text, std::string_view bytes, const std::string& encoding);
+
 enum class Durability {
   Transient,  ///< for files that live for a moment only
   Durable,    ///< the bytes and the name are on the disk when the call returns

@@ -3,6 +3,8 @@
 #include <utf8.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 
 namespace zam {
@@ -49,6 +51,21 @@ std::string Convert(std::u16string_view units, Accept accept) {
     utf8::append(accept(point) ? point : Replacement, std::back_inserter(bytes));
   }
   return bytes;
+}
+
+bool IsAsciiByte(char byte) noexcept { return static_cast<unsigned char>(byte) < 0x80; }
+
+/// The first byte that is zero or no ASCII, looking at eight at a time.
+const char* EndOfPlain(const char* position, const char* end) noexcept {
+  constexpr std::uint64_t HighBits = 0x8080808080808080;
+  constexpr std::uint64_t LowBits = 0x0101010101010101;
+  for (std::uint64_t eight = 0; end - position >= 8; position += 8) {
+    std::memcpy(&eight, position, 8);
+    if (((eight | (eight - LowBits)) & HighBits) != 0) {
+      break;
+    }
+  }
+  return std::find_if(position, end, [](char byte) { return byte == '\0' || !IsAsciiByte(byte); });
 }
 
 }  // namespace
@@ -98,38 +115,45 @@ std::u16string ToUtf16(std::string_view bytes) {
   return units;
 }
 
-std::optional<std::string> Utf16BytesToUtf8(std::string_view bytes, bool bigEndian) {
-  if (bytes.size() % 2 != 0) {
-    return std::nullopt;
+std::size_t FindInvalidUtf8(std::string_view bytes) {
+  const char* position = bytes.data();
+  const char* const end = position + bytes.size();
+  while ((position = EndOfPlain(position, end)) != end && *position != '\0') {
+    const char* const runEnd = std::find_if(position, end, IsAsciiByte);
+    const char* const invalid = utf8::find_invalid(position, runEnd);
+    if (invalid != runEnd) {
+      position = invalid;
+      break;
+    }
+    position = runEnd;
   }
+  return position != end ? static_cast<std::size_t>(position - bytes.data())
+                         : std::string_view::npos;
+}
+
+bool AppendUtf16(std::string& text, std::string_view bytes, bool bigEndian) {
   std::u16string units(bytes.size() / 2, u'\0');
   for (std::size_t i = 0; i < units.size(); ++i) {
     const auto first = static_cast<unsigned char>(bytes[2 * i]);
     const auto second = static_cast<unsigned char>(bytes[2 * i + 1]);
     units[i] = static_cast<char16_t>(bigEndian ? first << 8 | second : second << 8 | first);
   }
-  std::u16string_view content = units;
-  if (content.starts_with(u'\xFEFF')) {
-    content.remove_prefix(1);
+  text.reserve(text.size() + bytes.size());
+  for (std::size_t position = 0; position < units.size();) {
+    const char32_t point = NextCodePoint(units, position);
+    if (point == LoneSurrogate) {
+      return false;
+    }
+    utf8::append(point, std::back_inserter(text));
   }
-  bool lone = false;
-  std::string converted = Convert(content, [&lone](char32_t point) {
-    lone = lone || point == LoneSurrogate;
-    return point != LoneSurrogate;
-  });
-  if (lone) {
-    return std::nullopt;
-  }
-  return converted;
+  return bytes.size() % 2 == 0;
 }
 
-std::string Latin1ToUtf8(std::string_view bytes) {
-  std::string converted;
-  converted.reserve(bytes.size());
+void AppendLatin1(std::string& text, std::string_view bytes) {
+  text.reserve(text.size() + bytes.size());
   for (const char byte : bytes) {
-    utf8::append(static_cast<unsigned char>(byte), std::back_inserter(converted));
+    utf8::append(static_cast<unsigned char>(byte), std::back_inserter(text));
   }
-  return converted;
 }
 
 }  // namespace zam

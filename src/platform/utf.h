@@ -1,6 +1,6 @@
 #pragma once
 
-#include <optional>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -24,11 +24,14 @@ bool IsSame(std::u16string_view units, std::string_view bytes) noexcept;
 /// True when every byte is ASCII.
 bool IsAscii(std::string_view bytes) noexcept;
 
-/// Bytes of a UTF-16 file to UTF-8, without byte order mark; nothing when a surrogate stands alone
-/// or half a unit is left over.
-std::optional<std::string> Utf16BytesToUtf8(std::string_view bytes, bool bigEndian);
+/// Where the first byte stands that is no part of valid UTF-8, or is zero; npos when there is none.
+std::size_t FindInvalidUtf8(std::string_view bytes);
 
-/// Bytes of an ISO-8859-1 file to UTF-8.
-std::string Latin1ToUtf8(std::string_view bytes);
+/// Appends bytes of a UTF-16 file, as UTF-8, to the text. False when a surrogate stands alone or
+/// half a unit is left over: the text then holds what stands before it.
+bool AppendUtf16(std::string& text, std::string_view bytes, bool bigEndian);
+
+/// Appends bytes of an ISO-8859-1 file, as UTF-8, to the text.
+void AppendLatin1(std::string& text, std::string_view bytes);
 
 }  // namespace zam

@@ -149,12 +149,14 @@ pugi::xml_node ZAMXmlDocument::AddElement(pugi::xml_node parent, std::string_vie
   if (zam::DepthOf(parent) >= zam::MaximumDepth) {
     return {};
   }
+  const bool blankText = !zam::HasElements(parent) && parent.find_child(&zam::IsFormatting);
+  zam::Insertion insertion(parent);
+  PutBackFormatting(parent, insertion);
   const pugi::xml_node last = parent.last_child();
   const bool lastFormats = last && zam::IsFormatting(last);
   const bool blank = lastFormats && !last.previous_sibling();
   const zam::Formatting formatting = FormattingFor(parent);
   const pugi::xml_node place = lastFormats && !blank ? last : pugi::xml_node();
-  zam::Insertion insertion(parent);
   if (!formatting.m_BeforeChild.empty()) {
     insertion.Before(place, pugi::node_pcdata, formatting.m_BeforeChild);
   }
@@ -162,8 +164,10 @@ pugi::xml_node ZAMXmlDocument::AddElement(pugi::xml_node parent, std::string_vie
   if (!formatting.m_BeforeEnd.empty()) {
     insertion.Before(place, pugi::node_pcdata, formatting.m_BeforeEnd);
   }
+  if (blankText) {
+    Memory(parent).m_Blank = blank ? last.value() : "";
+  }
   if (blank) {
-    Memory(parent).m_Blank = last.value();
     parent.remove_child(last);
   }
   insertion.Keep();
@@ -233,8 +237,9 @@ void ZAMXmlDocument::RemoveAll(pugi::xml_node parent, std::string_view name) {
   if (children.empty()) {
     return;
   }
-  RememberFormatting(parent);
-  if (zam::ElementMemory* const memory = FindMemory(parent); memory->m_Children) {
+  RememberFormatting(parent, name);
+  if (zam::ElementMemory* const memory = FindMemory(parent);
+      memory != nullptr && memory->m_Children) {
     memory->m_Children->erase(children.front().name());
   }
   for (const pugi::xml_node child : children) {
@@ -288,7 +293,7 @@ void ZAMXmlDocument::TakeOut(pugi::xml_node parent, pugi::xml_node child) {
 }
 
 void ZAMXmlDocument::RemoveContent(pugi::xml_node parent) {
-  RememberFormatting(parent);
+  RememberFormatting(parent, {});
   Forget(parent, false);
   if (zam::ElementMemory* const memory = FindMemory(parent)) {
     memory->m_Children.reset();

@@ -6,10 +6,13 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/system.h"
 #include "platform/xml_note.h"
 #include "platform/xml_path.h"
 #include "zamxml/platform/xml.h"
+
+namespace zam {
+class Insertion;
+}
 
 /// One document in memory: the tree and the notes on its elements.
 struct ZAMXmlDocument {
@@ -67,7 +70,6 @@ struct ZAMXmlDocument {
   /// Learns how a loaded document is indented.
   void LearnIndentation();
 
-  zam::FileBytes m_Source;  ///< the tree's texts point into it where they were loaded
   pugi::xml_document m_Tree;
   bool m_Lines = true;              ///< elements stand on lines of their own
   std::string m_IndentUnit = "\t";  ///< one level of indentation
@@ -97,7 +99,10 @@ private:
 
   /// The white space to put around a new last child.
   zam::Formatting FormattingFor(pugi::xml_node parent);
-  void RememberFormatting(pugi::xml_node parent);
+  /// Remembers the white space around the children of a name, and what there is among the others.
+  void RememberFormatting(pugi::xml_node parent, std::string_view name);
+  /// Puts back what was among the others when the last child went.
+  void PutBackFormatting(pugi::xml_node parent, zam::Insertion& insertion);
   /// Takes away the formatting that is left over when the last child element has gone.
   void DropFormatting(pugi::xml_node parent);
 
@@ -119,6 +124,9 @@ namespace zam {
 
 /// Elements are nested at most so deep, when read and when added.
 inline constexpr int MaximumDepth = 1000;
+
+/// No element has more attributes, when read and when set.
+inline constexpr int MaximumAttributes = 1000;
 
 /// The nth level: 1 for the root element, 0 for the document.
 int DepthOf(pugi::xml_node node);

@@ -40,8 +40,10 @@ zam::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) {
   const zam::ElementMemory* const memory = FindMemory(parent);
   if (memory != nullptr && memory->m_Emptied) {
     // White space next to a text would become a part of it.
-    const bool behindText = !first && last.type() == pugi::node_pcdata;
-    return {behindText ? "" : memory->m_Emptied->m_BeforeChild, memory->m_Emptied->m_BeforeEnd};
+    const bool behindText = !first && !lastFormats && last.type() == pugi::node_pcdata;
+    const bool putBack = !memory->m_Emptied->m_Others.m_Pieces.empty();
+    return {behindText ? "" : memory->m_Emptied->m_BeforeChild,
+            putBack ? "" : memory->m_Emptied->m_BeforeEnd};
   }
   if (!first) {
     const pugi::xml_node sibling = lastFormats ? last.previous_sibling() : last;
@@ -64,7 +66,7 @@ zam::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) {
   return {own + m_IndentUnit, own};
 }
 
-void ZAMXmlDocument::RememberFormatting(pugi::xml_node parent) {
+void ZAMXmlDocument::RememberFormatting(pugi::xml_node parent, std::string_view name) {
   const pugi::xml_node first = zam::ElementFrom(parent.first_child());
   const pugi::xml_node before = first.previous_sibling();
   const pugi::xml_node last = parent.last_child();
@@ -78,7 +80,37 @@ void ZAMXmlDocument::RememberFormatting(pugi::xml_node parent) {
   if (zam::IsFormatting(last)) {
     formatting.m_BeforeEnd = last.value();
   }
+  zam::TextLayout& others = formatting.m_Others;
+  for (pugi::xml_node child = parent.first_child(); child && !name.empty();
+       child = child.next_sibling()) {
+    if (zam::IsFormatting(child)) {
+      if (!zam::IsElement(child.next_sibling(), name)) {
+        others.m_Pieces.push_back({pugi::node_pcdata, child.value(), others.m_Others});
+      }
+    } else if (!zam::IsElement(child, name)) {
+      if (child.type() == pugi::node_element) {
+        return;
+      }
+      ++others.m_Others;
+    }
+  }
   Memory(parent).m_Emptied = std::move(formatting);
+}
+
+void ZAMXmlDocument::PutBackFormatting(pugi::xml_node parent, zam::Insertion& insertion) {
+  const zam::ElementMemory* const memory = FindMemory(parent);
+  if (memory == nullptr || !memory->m_Emptied || memory->m_Emptied->m_Others.m_Pieces.empty()) {
+    return;
+  }
+  const zam::TextLayout& layout = memory->m_Emptied->m_Others;
+  const zam::Nodes others(parent.children().begin(), parent.children().end());
+  if (others.size() != layout.m_Others) {
+    return;
+  }
+  for (const zam::TextLayout::Piece& piece : layout.m_Pieces) {
+    insertion.Before(piece.m_Before < others.size() ? others[piece.m_Before] : pugi::xml_node(),
+                     piece.m_Type, piece.m_Value);
+  }
 }
 
 void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
@@ -97,9 +129,14 @@ void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
   const auto isText = [&](pugi::xml_node node) {
     return node.type() == pugi::node_cdata || (node.type() == pugi::node_pcdata && isContent(node));
   };
-  if (content && !parent.find_child(isText)) {
+  const bool text = parent.find_child(isText);
+  if (content && !text && memory != nullptr && memory->m_Blank) {
+    // It is text again, as it was before the first child came.
     forgetEmptied();
     return;
+  }
+  if ((!content || text) && memory != nullptr && memory->m_Emptied) {
+    memory->m_Emptied->m_Others = {};
   }
   // Without child elements around it, white space would be taken for a part of the text.
   for (pugi::xml_node child = parent.first_child(); child;) {
@@ -109,7 +146,7 @@ void ZAMXmlDocument::DropFormatting(pugi::xml_node parent) {
     }
     child = next;
   }
-  if (!content && memory != nullptr && memory->m_Blank) {
+  if (!content && memory != nullptr && memory->m_Blank && !memory->m_Blank->empty()) {
     zam::Insertion insertion(parent);
     insertion.Before({}, pugi::node_pcdata, *memory->m_Blank);
     insertion.Keep();

@@ -15,12 +15,6 @@ namespace zam {
 
 using Nodes = std::vector<pugi::xml_node>;
 
-/// The white space around the children of an element that has lost them all.
-struct Formatting {
-  std::string m_BeforeChild;
-  std::string m_BeforeEnd;
-};
-
 /// A text in the pieces in which an element held it.
 struct TextLayout {
   struct Piece {
@@ -33,12 +27,20 @@ struct TextLayout {
   std::size_t m_Others = 0;  ///< how many nodes other than text there are
 };
 
+/// The white space around the children of an element that has lost them all.
+struct Formatting {
+  std::string m_BeforeChild;
+  std::string m_BeforeEnd;
+  TextLayout m_Others = {};  ///< what was among comments and instructions, if it had to go too
+};
+
 /// What must not be forgotten while an element lives.
 struct ElementMemory {
   /// The children by name. The keys are names in the tree, which live as long as such children.
   std::optional<std::unordered_map<std::string_view, Nodes>> m_Children;
   std::optional<Formatting> m_Emptied;
-  /// The white space that was all that the element held before its first child was added.
+  /// The white space that was all that the element held before its first child was added; empty
+  /// where it was, and stays, among comments and instructions.
   std::optional<std::string> m_Blank;
   std::optional<TextLayout> m_Text;
 };

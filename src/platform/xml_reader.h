@@ -4,18 +4,16 @@
 #include <string>
 #include <string_view>
 
-#include "platform/system.h"
-
 struct ZAMXmlDocument;
 
 namespace zam {
 
-/// A copy of a text as the bytes of a file.
-FileBytes CopyOf(std::string_view text);
+/// Longer documents are not read: the parser counts in int.
+inline constexpr std::size_t MaximumSize = 0x7FFFFFFF;
 
-/// Makes a document of the bytes of a file. Null, with line, column and reason, when they are no
-/// well-formed XML 1.0 in one of the encodings that are read, declare a document type, or nest
-/// elements too deep.
-std::unique_ptr<ZAMXmlDocument> ReadDocument(FileBytes bytes, std::string& reason);
+/// Makes a document of the bytes of a file, behind which a zero has to stand. Null, with line,
+/// column and reason, when they are no well-formed XML 1.0 in an encoding that is known, declare a
+/// document type, or exceed one of the bounds.
+std::unique_ptr<ZAMXmlDocument> ReadDocument(std::string_view bytes, std::string& reason);
 
 }  // namespace zam

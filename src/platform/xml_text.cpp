@@ -22,8 +22,9 @@ void InsertProtected(zam::Insertion& insertion, pugi::xml_node front, const std:
   for (std::size_t position = 0; position < text.size();) {
     const std::size_t end = std::min(text.find('\r', position), text.size());
     while (position < end) {
-      const std::size_t cut = text.find("]]>", position);
-      const std::size_t next = cut < end ? cut + 2 : end;
+      const std::string_view run(text.data() + position, end - position);
+      const std::size_t cut = run.find("]]>");
+      const std::size_t next = cut != run.npos ? position + cut + 2 : end;
       insertion.Before(front, pugi::node_cdata, text.substr(position, next - position));
       position = next;
     }

@@ -2,6 +2,7 @@
 
 #include "platform/codes.h"
 #include "platform/name_escape.h"
+#include "platform/system.h"
 #include "platform/utf.h"
 #include "platform/xml_access.h"
 #include "platform/xml_path.h"
@@ -69,7 +70,7 @@ int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
       return Fail(zam::CodeNotRead, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
     auto file = std::make_shared<zam::FileIdentity>(bytes->m_Identity);
-    auto document = zam::ReadDocument(std::move(*bytes), reason);
+    auto document = zam::ReadDocument(bytes->View(), reason);
     if (!document) {
       return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
@@ -87,6 +88,9 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
       return Fail(zam::CodeNotWritten, path + u": there is no document to save", log);
     }
     const std::string bytes = zam::WriteDocument(m_Document->m_Tree);
+    if (bytes.size() > zam::MaximumSize) {
+      return Fail(zam::CodeNotWritten, path + u": the document is too long to be read again", log);
+    }
     auto file = std::make_shared<zam::FileIdentity>();
     if (const auto written = zam::WriteFile(
             path.utf8(), bytes,
@@ -131,7 +135,7 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
     const std::string bytes = zam::WriteDocument(source.m_Document->m_Tree);
     auto copy = std::make_unique<ZAMXmlDocument>();
     if (source.m_Document->Root()) {
-      copy = zam::ReadDocument(zam::CopyOf(bytes), reason);
+      copy = zam::ReadDocument(bytes, reason);
     } else {
       copy->MakeEmpty();
     }
@@ -275,5 +279,7 @@ _bstr_t ZAMXml::GetNodePath(const IXMLDOMNodePtr& node) {
     return element ? _bstr_t::FromUtf8(Access::PathOf(element, node.m_Node->m_Index)) : _bstr_t();
   });
 }
+
+int ZAMXml::IsName(ZAMTextView name) noexcept { return zam::IsXmlName(name.view()) ? 1 : 0; }
 
 void ZAMXml::SafeRelease(IXMLDOMNodePtr& node) noexcept { node = nullptr; }

@@ -94,6 +94,13 @@ int ZAMXml::Access::SetAttribute(pugi::xml_node element, const char* name,
   }
   const std::string bytes = Stored(value, element);
   const pugi::xml_attribute known = element.attribute(name);
+  const auto attributes = element.attributes();
+  if (!known && std::distance(attributes.begin(), attributes.end()) >= zam::MaximumAttributes) {
+    return m_Xml.Fail(zam::CodeNotAdded,
+                      _bstr_t::FromUtf8(PathOf(element, -1)) + u": the element has as many " +
+                          u"attributes as can be read again.",
+                      nullptr);
+  }
   pugi::xml_attribute attribute = known ? known : element.append_attribute(name);
   if ((!known && !attribute.set_name(name)) || !attribute.set_value(bytes.c_str(), bytes.size())) {
     if (!known) {

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <stdexcept>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "support/failing_calls.h"
 #include "support/tree.h"
@@ -19,6 +22,14 @@ std::string Nested(int depth, bool closed) {
     bytes += "</a>";
   }
   return bytes;
+}
+
+std::string WithAttributes(int count) {
+  std::string bytes = "<e";
+  for (int i = 0; i < count; ++i) {
+    bytes += " a" + std::to_string(i) + "=''";
+  }
+  return bytes + "/>";
 }
 
 std::string Utf16(std::u16string_view units, bool bigEndian) {
@@ -69,59 +80,126 @@ protected:
 };
 
 TEST_F(OpeningTest, BadBytesAreRefusedWithThePlace) {
+  const std::string mark = "\xEF\xBB\xBF";
+  const std::string cdata = "<a><![CDATA[" + std::string(5000, 'x');
   const struct {
-    const char* m_What;
     std::string m_Bytes;
     const char* m_Reason;
   } rows[] = {
-      {"empty", "", "line 1, column 1: "},
-      {"no XML", "GIF89a", "line 1, column 1: "},
-      {"white space before the declaration", " <?xml version=\"1.0\"?><a/>", "line 1, column 2: "},
-      {"truncated", "<a>\n<b>text", "line 2, column "},
-      {"truncated tag", "<a>\n <b x='", "line 2, column "},
-      {"wrong end", "<a>\n<b></a>", "line 2, column 6: "},
-      {"two roots", "<a/>\n<b/>", "line 2, column 1: "},
-      {"text behind the root", "<a/>b", "line 1, column 5: "},
-      {"a zero behind the root", "<a/>\0"s, "line 1, column 5: "},
-      {"bad UTF-8", "<a>\xC3(</a>", "line 1, column 4: "},
-      {"overlong UTF-8", "<a>\xC0\xAF</a>", "line 1, column 4: "},
-      {"surrogate in UTF-8", "<a>\xED\xA0\x80</a>", "line 1, column 4: "},
-      {"bad UTF-8 with a mark",
-       "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xC3(</a>",
-       "line 1, column "},
-      {"undefined entity", "<a>\n\n &who; </a>", "line 3, column 2: "},
-      {"document type", "<?xml version=\"1.0\"?>\n<!DOCTYPE a><a/>", "document type declaration"},
-      {"entity", "<!DOCTYPE a [<!ENTITY e 'x'>]><a>&e;</a>", "document type declaration"},
-      {"too deep by one", Nested(1001, true), "line 1, column 3004: "},
-      {"too deep by far", Nested(100000, true), "line 1, column 3004: "},
-      {"too deep and not closed", Nested(100000, false), "nested deeper than 1000"},
-      {"attribute twice", "<a>\n<b x='1' x='2'/></a>", "line 2, column 10: "},
-      {"control character", "<a>x\x01</a>", "line 1, column 5: "},
-      {"zero", "<a>\0</a>"s, "line 1, column 4: "},
-      {"control character by reference", "<a>&#1;</a>", "line 1, column 4: "},
-      {"control character in an attribute", "<a x='\x02'/>", "line 1, column 7: "},
-      {"U+FFFF", "<a>\xEF\xBF\xBF</a>", "line 1, column 4: "},
-      {"raw < in an attribute", "<a x='<'/>", "line 1, column 7: "},
-      {"]]> in a text", "<a>]]></a>", "line 1, column 6: "},
-      {"other encoding", "<?xml version=\"1.0\" encoding=\"EUC-KR\"?><a/>", "unknown encoding"},
-      {"other version", "<?xml version=\"1.1\"?><a/>", "line 1, column 1"},
-      {"no ASCII", "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><a>\xE9</a>", "column 45: "},
-      {"UTF-8 that says UTF-16", "<?xml version=\"1.0\" encoding=\"UTF-16\"?><a/>", "encoding"},
-      {"UTF-16 that says UTF-8",
-       Utf16(u"\xFEFF<?xml version=\"1.0\" encoding=\"UTF-8\"?><a/>", true), "encoding"},
-      {"lone lead", Utf16(u"\xFEFF<a>\xD83Dzz</a>", false), "line 1, column 5: "},
-      {"lone lead in a comment", Utf16(u"\xFEFF<a><!--\xD83D--></a>", false), "line 1, column "},
-      {"lone lead in an attribute", Utf16(u"\xFEFF<a x='\xD83D'/>", true), "line 1, column "},
-      {"lone lead before an end", Utf16(u"\xFEFF<a>\xD83D</a></a>", false), "line 1, column "},
-      {"lone trail", Utf16(u"\xFEFF<a>\xDE00</a>", true), "line 1, column 5: "},
-      {"half a unit", Utf16(u"\xFEFF<a/>", true) + "\n", "line 1, column "},
+      {"", "line 1, column 1: "},
+      {"GIF89a", "line 1, column 1: "},
+      {"<!-- only --> ", "line 1, column 15: "},
+      // The end comes too early.
+      {"<", "line 1, column 2: "},
+      {"<a>\n<b>text", "line 2, column 8: "},
+      {"<a>\r\n <b x='", "line 2, column 8: "},
+      {"<a>\r<b", "line 2, column 3: "},
+      {"<a></a", "line 1, column 7: "},
+      {"<a>&am", "line 1, column "},
+      {"<a><!-- ", "line 1, column "},
+      {"<a><?p ", "line 1, column "},
+      {cdata, "line 1, column "},
+      {"<a/><!-- ", "line 1, column "},
+      {"<?xml version=\"1.0\"", "line 1, column 20: "},
+      // Tags.
+      {"<a>\n<b></a>", "line 2, column 4: "},
+      {"<a></a></b>", "line 1, column 8: "},
+      {"<a b></a>", "line 1, column 5: "},
+      {"<a b=c/>", "line 1, column 6: "},
+      {"<a b='1'c='2'/>", "line 1, column 9: "},
+      {"<a b=\"<\"/>", "line 1, column 7: "},
+      {"<a>\n<b x='1' x='2'/></a>", "line 2, column 1: "},
+      {"<1/>", "line 1, column 2: "},
+      {"<a 1='2'/>", "line 1, column 4: "},
+      {"<a/ >", "line 1, column "},
+      {"< a/>", "line 1, column 2: "},
+      {"<a><b/ ></a>", "line 1, column "},
+      // Outside the root element.
+      {"<a/>\n<b/>", "line 2, column 1: "},
+      {"<a/>b", "line 1, column 5: "},
+      {"<a/>&#32;", "line 1, column 5: "},
+      {"<a/><![CDATA[]]>", "line 1, column 5: "},
+      {"<a/>\0"s, "line 1, column 5: "},
+      {"x<a/>", "line 1, column 1: "},
+      {"<!DOCTYPE a><a/>", "line 1, column 1: a document type"},
+      {"<?p?>\n<!DOCTYPE a [<!ENTITY e 'x'>]><a>&e;</a>", "line 2, column 1: a document type"},
+      {"<!DOCTYPE a SYSTEM 'file:///etc/hostname'><a/>", "a document type"},
+      {"<a/><!DOCTYPE a>", "line 1, column 5: "},
+      // Comments, instructions, sections, texts.
+      {"<a><!-- -- --></a>", "line 1, column "},
+      {"<a><!-- ---></a>", "line 1, column "},
+      {"<a><!- --></a>", "line 1, column "},
+      {"<a><?xml version='1.0'?></a>", "line 1, column 4: "},
+      {"<a><?XML x?></a>", "line 1, column 4: "},
+      {"<a><? ?></a>", "line 1, column "},
+      {"<a>text]]></a>", "line 1, column 8: "},
+      {"<a>\xC3\xA9]]></a>", "line 1, column 5: "},
+      {"<![CDATA[]]><a/>", "line 1, column 2: "},
+      // References.
+      {"<a>\n\n &who; </a>", "line 3, column 2: "},
+      {"<a>x & y</a>", "line 1, column "},
+      {"<a>&lt</a>", "line 1, column 4: "},
+      {"<a b='&lt'/>", "line 1, column 7: "},
+      {"<a b='&who;'/>", "line 1, column 7: "},
+      {"<a>&#1;</a>", "line 1, column 4: "},
+      {"<a>&#xD800;</a>", "line 1, column 4: "},
+      {"<a>&#x110000;</a>", "line 1, column 4: "},
+      {"<a>&#x;</a>", "line 1, column 4: "},
+      {"<a>&#4294967361;</a>", "line 1, column 4: "},
+      // Characters.
+      {"<a>x\x01</a>", "line 1, column 5: "},
+      {"<a>\0</a>"s, "line 1, column 4: a zero"},
+      {"<a x='\x02'/>", "line 1, column 7: "},
+      {"<a>\xEF\xBF\xBF</a>", "line 1, column 4: "},
+      {"<a><![CDATA[\x0B]]></a>", "line 1, column 13: "},
+      {"<a>\xC3(</a>", "line 1, column 4: "},
+      {"<a>\xE4\xB8\xAD\xC0\xAF</a>", "line 1, column 5: "},
+      {"<a>\xED\xA0\x80</a>", "line 1, column 4: "},
+      {"<a>\xF4\x90\x80\x80</a>", "line 1, column 4: "},
+      {"<a><!--\xFF--></a>", "line 1, column 8: "},
+      {"<a/>\xE4\xB8", "line 1, column 5: "},
+      {mark + mark + "<a/>", "line 1, column 1: "},
+      {mark + "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xE9</a>", "line 1, column 47: "},
+      // Declarations.
+      {" <?xml version=\"1.0\"?><a/>", "line 1, column 2: "},
+      {"<?xml version=\"1.1\"?><a/>", "line 1, column 7: only XML 1.0"},
+      {"<?xml encoding=\"UTF-8\"?><a/>", "line 1, column 7: only XML 1.0"},
+      {"<?xml version=\"1.0\" encoding=\"\"?><a/>", "line 1, column 21: "},
+      {"<?xml version=\"1.0\" encoding=\"UTF-8\"standalone=\"yes\"?><a/>", "line 1, column 37: "},
+      {"<?xml version=\"1.0\" standalone=\"y\"?><a/>", "line 1, column 21: "},
+      {"<?xml version=\"1.0\"?><?xml version=\"1.0\"?><a/>", "line 1, column 22: "},
+      // Encodings.
+      {"<?xml version=\"1.0\" encoding=\"x-none\"?><a/>",
+       "column 31: the encoding x-none is unknown"},
+      {"<?xml version=\"1.0\" encoding=\"UTF-8//IGNORE\"?><a/>", "line 1, column 21: "},
+      {"<?xml version=\"1.0\" encoding=\"UTF-16\"?><a/>", "line 1, column 1: "},
+      {"<?xml version=\"1.0\" encoding=\"IBM037\"?><a/>", "line 1, column 1: "},
+      {"<?xml version=\"1.0\" encoding=\"US-ASCII\"?><a>\xE9</a>", "line 1, column 45: "},
+      {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><\xAA/>", "line 1, column 45: "},
+      {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a\xB5\xBA/>", "line 1, column "},
+      {"<?xml version=\"1.0\" encoding=\"EUC-KR\"?>\n<a>\xB1\xE8\xFF</a>", "line 2, column 5: "},
+      {"<?xml version=\"1.0\" encoding=\"Shift_JIS\"?><a/>\x8E", "line 1, column 47: "},
+      {Utf16(u"\xFEFF<a>\xD83Dzz</a>", false), "line 1, column 4: "},
+      {Utf16(u"\xFEFF<a><!--\xD83D--></a>", false), "line 1, column 8: "},
+      {Utf16(u"\xFEFF<a x='\xD83D'/>", true), "line 1, column 7: "},
+      {Utf16(u"<a>\n\xDE00</a>", true), "line 2, column 1: "},
+      {Utf16(u"\xFEFF<a/>", true) + "\n", "line 1, column 5: "},
+      {Utf16(u"<a/>\0"s, true), "line 1, column 5: a zero"},
+      // Bounds.
+      {Nested(1001, true), "line 1, column 3001: "},
+      {Nested(100000, false), "line 1, column 3001: "},
+      {"<a>\n" + WithAttributes(1001) + "</a>", "line 2, column 1: "},
+      {WithAttributes(200000), "line 1, column 1: "},
   };
   for (const auto& row : rows) {
     const std::string reason = RefusalOf(row.m_Bytes);
-    EXPECT_NE(reason.find(row.m_Reason), std::string::npos) << row.m_What << ": " << reason;
-    EXPECT_NE(reason.find("bad.xml: "), std::string::npos) << reason;
+    EXPECT_NE(reason.find("bad.xml: line "), std::string::npos) << reason;
+    EXPECT_NE(reason.find(row.m_Reason), std::string::npos) << row.m_Bytes << ": " << reason;
+    EXPECT_EQ(reason.find_first_of("\r\n"), std::string::npos) << reason;
   }
-  test::Load(m_Xml, Nested(1000, true));
+  ZAMXml largest;
+  test::Load(largest, Nested(999, true).insert(3 * 999, WithAttributes(1000)));
+  EXPECT_EQ(largest.SetNodeAttribute(largest.GetNode(u"a"), u"x", u""), 1);
 }
 
 TEST_F(OpeningTest, WhatIsNoReadableFileIsRefused) {
@@ -188,8 +266,25 @@ TEST(Encodings, AreReadAndAlwaysWrittenAsUtf8) {
       {"little endian, declared", Utf16(declared16 + units, false), utf8 + wide},
       {"big endian with a mark, declared", Utf16(u"\xFEFF" + declared16 + units, true),
        utf8 + wide},
+      {"UTF-16 that says UTF-8", Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-8'?><a/>", true),
+       utf8 + "<a/>"},
       {"Latin", declared("iso-8859-1") + latin, utf8 + "<a x=\"\xC3\xA9\">\xC3\xBC\xC2\x85</a>"},
       {"ASCII", declared("US-ASCII") + "<a>b</a>", utf8 + "<a>b</a>"},
+      {"Latin names", declared("ISO-8859-1") + "<\xD8\xB7 \xD8\xB7='\xD7\xAA'/>",
+       utf8 + "<\xC3\x98\xC2\xB7 \xC3\x98\xC2\xB7=\"\xC3\x97\xC2\xAA\"/>"},
+      {"names of the fifth edition", "<\xC4\xB2\xE2\xB0\x80\xF0\x90\x80\x80 \xE2\x81\xB0=''/>",
+       "<\xC4\xB2\xE2\xB0\x80\xF0\x90\x80\x80 \xE2\x81\xB0=\"\"/>"},
+      {"Korean", declared("EUC-KR") + "<\xB1\xE8>\xB9\xCE\xC1\xD8</\xB1\xE8>",
+       utf8 + "<\xEA\xB9\x80>\xEB\xAF\xBC\xEC\xA4\x80</\xEA\xB9\x80>"},
+      {"Japanese", declared("Shift_JIS") + "<a>\x8E\x52\xB1</a>",
+       utf8 + "<a>\xE5\xB1\xB1\xEF\xBD\xB1</a>"},
+      {"Chinese", declared("gb18030") + "<a>\xD6\xD0\x94\x39\xFC\x36</a>",
+       utf8 + "<a>\xE4\xB8\xAD\xF0\x9F\x98\x80</a>"},
+      {"Windows", declared("windows-1252") + "<a>\x80\x85\xE9</a>",
+       utf8 + "<a>\xE2\x82\xAC\xE2\x80\xA6\xC3\xA9</a>"},
+      {"blanks by reference",
+       declared("KOI8-R") + "<a b='&#9;&#10;&#13; \t\r\n'>&#13;&#38;#13;</a>",
+       utf8 + "<a b=\"&#9;&#10;&#13;   \">&#13;&amp;#13;</a>"},
       {"a reference", declared("US-ASCII") + "<a>&#128512;&#x0D;</a>",
        utf8 + "<a>\xF0\x9F\x98\x80&#13;</a>"},
   };
@@ -197,6 +292,27 @@ TEST(Encodings, AreReadAndAlwaysWrittenAsUtf8) {
     ZAMXml xml;
     ASSERT_NO_THROW(test::Load(xml, row.m_Bytes)) << row.m_What;
     EXPECT_EQ(test::Saved(xml), row.m_Saved) << row.m_What;
+    ASSERT_NO_THROW(test::Load(xml, row.m_Saved)) << row.m_What;
+    EXPECT_EQ(test::Saved(xml), row.m_Saved) << row.m_What;
+  }
+}
+
+TEST(Opening, ByManyThreadsAtOnce) {
+  const std::string good = "<R a='1'>" + std::string(3000, 'x') + "<b/>&amp;</R>";
+  const auto open = [&good] {
+    for (int i = 0; i < 50; ++i) {
+      ZAMXml xml;
+      test::Load(xml, good);
+      EXPECT_EQ(xml.GetNodeCount(xml.GetNode(u"R"), u"b"), 1);
+      EXPECT_THROW(test::Load(xml, good + '<'), std::runtime_error);
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back(open);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
   }
 }
 

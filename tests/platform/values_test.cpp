@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -235,11 +236,13 @@ TEST(Names, ThatAreNoneAreStoredEscapedAndFoundAgain) {
               {u"b[1]", "b_x005B_1_x005D_"},
               {u"<&>\"", "_x003C__x0026__x003E__x0022_"},
               {u"a_x b", "a_x005F_x_x0020_b"},
-              {u"\U0001F600", "_xD83D__xDE00_"},
-              {u"a\x01", "a_xFFFD_"},
-              {u"n\0"s, "n_xFFFD_"},
-              {u"m\xD83D", "m_xFFFD_"},
-              {u"o\uFFFD", "o_xFFFD_"}};
+              {u"\U0001F600", "\xF0\x9F\x98\x80"},
+              {u"\U0001F600 ", "\xF0\x9F\x98\x80_x0020_"},
+              {u"\u00D7", "_x00D7_"},
+              {u"a\x01", "a\xEF\xBF\xBD"},
+              {u"n\0"s, "n\xEF\xBF\xBD"},
+              {u"m\xD83D", "m\xEF\xBF\xBD"},
+              {u"o\uFFFE ", "o\xEF\xBF\xBD_x0020_"}};
   ZAMXml xml;
   test::Load(xml, "<R><attributes/></R>");
   const IXMLDOMNodePtr root = xml.GetNode(u"R");
@@ -264,6 +267,41 @@ TEST(Names, ThatAreNoneAreStoredEscapedAndFoundAgain) {
       EXPECT_EQ(AttributeOf(xml, u"attributes", row.m_Name), text) << row.m_Stored;
     }
   }
+}
+
+TEST(Names, AreThoseThatTheParserTakes) {
+  const auto tag = [](char32_t point, const char16_t* before) {
+    const std::u16string pair = {static_cast<char16_t>(0xD7C0 + (point >> 10)),
+                                 static_cast<char16_t>(0xDC00 + (point & 0x3FF))};
+    return before + (point < 0x10000 ? std::u16string(1, static_cast<char16_t>(point)) : pair);
+  };
+  const auto document = [](const std::u16string& names) {
+    return "<R>" + _bstr_t(names.c_str()).utf8() + "</R>";
+  };
+  for (const char16_t* before : {u"", u"n"}) {
+    std::u16string names;
+    std::vector<std::u16string> others;
+    bool wasName = false;
+    for (char32_t point = 0x21; point < 0x110000; point += point < 0xFFFF ? 1 : 0xFFF) {
+      const bool isName = ZAMXml::IsName(tag(point, before)) != 0;
+      const bool nextToNames = wasName || ZAMXml::IsName(tag(point + 1, before)) != 0;
+      if (isName) {
+        names += u'<' + tag(point, before) + u"/>";
+      } else if ((nextToNames || point % 64 == 0) && (point < 0xD800 || point > 0xDFFF)) {
+        others.push_back(u'<' + tag(point, before) + u"/>");
+      }
+      wasName = isName;
+    }
+    ZAMXml xml;
+    EXPECT_NO_THROW(test::Load(xml, document(names)));
+    for (const std::u16string& other : others) {
+      EXPECT_THROW(test::Load(xml, document(other)), std::runtime_error) << document(other);
+    }
+  }
+  for (const auto& none : {u""s, u"a b"s, u"a\xD83D"s, u"a\0"s, u"1"s}) {
+    EXPECT_EQ(ZAMXml::IsName(none), 0);
+  }
+  EXPECT_EQ(ZAMXml::IsName(nullptr), 0);
 }
 
 TEST(Names, PathsOfAnyLengthAndKindStayOpenable) {

@@ -50,8 +50,11 @@ private:
 
 /// One XML document in memory.
 ///
-/// Opened is only well-formed XML 1.0 in UTF-8, UTF-16, ISO-8859-1 or US-ASCII, without a document
-/// type declaration and nested at most 1,000 elements deep. Saved is always UTF-8. Content that no
+/// Opened is only well-formed XML 1.0 (fifth edition), without a document type declaration, nested
+/// at most 1,000 elements deep, with at most 1,000 attributes on one element and not longer than
+/// 2^31 - 1 bytes as UTF-8. Its encoding is UTF-8, UTF-16, or one that the declaration names and
+/// that the system's iconv knows (ISO-8859-1, EUC-KR, Shift_JIS, GB18030, windows-1252, ...); a
+/// byte that is not valid there is refused. Saved is always UTF-8. Content that no
 /// operation changes comes back as it was: comments, processing instructions, CDATA sections,
 /// foreign elements, the order of attributes, white space between elements. Elements that are added
 /// are indented in the style of the document.
@@ -188,6 +191,9 @@ public:
   /// index in brackets when siblings of that name stand before it ("256 or later" where counting on
   /// would cost too much). Null for a null handle.
   _bstr_t GetNodePath(const IXMLDOMNodePtr& node);
+
+  /// 1 when the text is an XML name, which is stored as it is, 0 when it would be escaped.
+  static int IsName(ZAMTextView name) noexcept;
 
   /// Drops the reference and leaves the handle null; a null or dead handle is allowed.
   static void SafeRelease(IXMLDOMNodePtr& node) noexcept;
