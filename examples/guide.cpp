@@ -241,7 +241,7 @@ int ChangeShared(const _bstr_t& path) {
     return 1;
   }
   if (visit.BeginModify(u"2.25.4", u"lee", u"Lee, ward 3") == 0 ||
-      visit.AddChangeItem(u"", u"StudyInfo/Status", u"", ZAMXML_VTYPE_STRING, u"final") < 0 ||
+      visit.AddChangeItem(u"", u"StudyInfo/Comment", u"", ZAMXML_VTYPE_STRING, u"seen") < 0 ||
       visit.CommitModify() == 0 || visit.SetHistoryToLast() == 0 || visit.Save() == 0) {
     Show(visit);
     return 1;
