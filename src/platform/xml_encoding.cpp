@@ -156,7 +156,7 @@ void XmlText::Convert(std::string_view bytes) {
   m_Text = m_Converted;
   const std::string name(declaration.m_Encoding);
   if (conversion == Conversion::UnknownEncoding) {
-    throw Refusal(bytes, declaration.m_Encoding.data() - bytes.data(),
+    throw Refusal(bytes, static_cast<std::size_t>(declaration.m_Encoding.data() - bytes.data()),
                   "the encoding " + name + " is unknown");
   }
   if (!m_Text.starts_with(bytes.substr(0, declaration.m_Size))) {
