@@ -249,6 +249,9 @@ KeptFile::KeptFile(const std::string& path) {
   ClearUpBeside(*target);
   m_Before = IdentifyFile(*target);
   if (!m_Before) {
+    struct stat status {};
+    m_IsNew = ::lstat(target->c_str(), &status) != 0 && errno == ENOENT;
+    m_Target = std::move(*target);
     return;
   }
   auto names = std::make_unique<WorkingNames>(*target);
@@ -269,9 +272,14 @@ void KeptFile::HostPuts(const std::string& target, const FileIdentity& file) noe
 }
 
 void KeptFile::HostIsDone() noexcept {
-  if (m_Names != nullptr && !m_IsDone) {
-    m_IsDone = true;
+  if (m_IsDone) {
+    return;
+  }
+  m_IsDone = true;
+  if (m_IsNew || m_Names != nullptr) {
     m_After = IdentifyFile(m_Target);
+  }
+  if (m_Names != nullptr) {
     if (m_After != m_Before && m_After != m_Noted) {
       m_Names->m_Lock.SetNote(m_After);
     }
@@ -286,6 +294,10 @@ void KeptFile::PutBack() noexcept {
     ::rename(m_Names->m_Names.m_KeptFromHost.c_str(), m_Target.c_str());
   }
   m_Names.reset();
+  if (m_IsNew && m_After && IdentifyFile(m_Target) == m_After) {
+    ::unlink(m_Target.c_str());
+  }
+  m_IsNew = false;
 }
 
 KeptFile::~KeptFile() { PutBack(); }

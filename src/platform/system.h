@@ -110,8 +110,9 @@ public:
   void HostPuts(const std::string& target, const FileIdentity& file) noexcept;
   /// The host is done: if the path leads to another file now, that is the host's.
   void HostIsDone() noexcept;
-  /// Puts the kept file back, unless the host has left the path alone, or the path no longer leads
-  /// to what the host has put there: that is another process's then.
+  /// Puts the kept file back, or none where there was none, unless the host has left the path
+  /// alone, or the path no longer leads to what the host has put there: that is another process's
+  /// then.
   void PutBack() noexcept;
 
 private:
@@ -123,6 +124,7 @@ private:
   std::optional<FileIdentity> m_Noted;
   bool m_IsNoted = false;
   bool m_IsDone = false;
+  bool m_IsNew = false;  ///< there was no file: what the host puts there goes again
 };
 
 /// A file that one holder at a time has locked. It stands while it is held; one that a killed

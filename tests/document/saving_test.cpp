@@ -158,6 +158,9 @@ TEST_F(DocumentSaving, ATemplateThatFailsCostsNoDocument) {
         << "nothing is left beside it";
     m_Document.m_Failing.clear();
   }
+  m_Document.m_Failing = "write-study";
+  EXPECT_EQ(m_Document.SaveAs(m_Folder.Path("new.xml").c_str(), nullptr), 0);
+  EXPECT_FALSE(std::filesystem::exists(m_Folder.Path("new.xml"))) << "no template is left there";
 }
 
 TEST_F(DocumentSaving, TemplatesAreCopiedByteForByte) {
