@@ -5,7 +5,7 @@
 cmake_minimum_required(VERSION 3.25)
 
 string(CONCAT prefixes "((vtable|typeinfo|typeinfo name|VTT|guard variable) for |"
-                       "non-virtual thunk to |operator[^A-Za-z_(]+\\()?")
+                       "non-virtual thunk to |operator[^A-Za-z_(]+\\((std::ostream&, )?)?")
 set(ours "(ZAM[A-Za-z_]*|IXMLDOMNodePtr|_bstr_t|_com_error|CString|CInvalidArgException)")
 set(whole
     ZAMXMLFile

@@ -7,18 +7,18 @@
 #include "zamxml/platform/xml.h"
 #include "zamxml/records.h"
 
-/// What the two values of a change item hold. The values and their words ("STRING", "NAME",
-/// "STATEMENT") are stored in documents: do not change them.
+/// The type of a change item's two values. Do not change the values or their words ("STRING",
+/// "NAME", "STATEMENT"): documents store them.
 enum ZAMXML_VTYPE : int {
-  ZAMXML_VTYPE_NONE = -1,      ///< nothing; cannot be written
-  ZAMXML_VTYPE_STRING = 0,     ///< the text of an element or the value of an attribute, as it is
-  ZAMXML_VTYPE_NAME = 1,       ///< a ZAMXMLName folded by ZAMXMLChangeItem::EncodeXMLName
-  ZAMXML_VTYPE_STATEMENT = 2,  ///< a ZAMXMLStatement folded by EncodeXMLStatement
+  ZAMXML_VTYPE_NONE = -1,      ///< no type; cannot be written
+  ZAMXML_VTYPE_STRING = 0,     ///< the text of an element, or the value of an attribute
+  ZAMXML_VTYPE_NAME = 1,       ///< a ZAMXMLName, joined by ZAMXMLChangeItem::EncodeXMLName
+  ZAMXML_VTYPE_STATEMENT = 2,  ///< a ZAMXMLStatement, joined by EncodeXMLStatement
 };
 
-/// One changed value: where it stands, what kind it is, and its text before and after.
-/// Elements: Node, Attribute, ValueType, OldValue, NewValue. Follows what all records share
-/// (records.h), except that a new item holds empty texts, like a cleared one.
+/// One changed value: its place, its type, and its text before and after.
+/// Elements: Node, Attribute, ValueType, OldValue, NewValue. Follows the rules of all records
+/// (records.h), except that a new item holds empty texts instead of null.
 class ZAMXML_API ZAMXMLChangeItem {
 public:
   ZAMXMLChangeItem();
@@ -26,48 +26,48 @@ public:
   ZAMXMLChangeItem& operator=(const ZAMXMLChangeItem& other);
   virtual ~ZAMXMLChangeItem();
 
-  /// Makes the five texts empty and the type ZAMXML_VTYPE_NONE.
+  /// Makes the five texts empty and sets the type to ZAMXML_VTYPE_NONE.
   void Clear();
 
-  /// Sets type and new value and makes the old value empty; code, node and attribute stay.
+  /// Sets type and new value, and makes the old value empty. Keeps code, node and attribute.
   void SetValue(ZAMXML_VTYPE type, const _bstr_t& value);
-  /// The same with a whole name, folded.
+  /// Same with a whole name, joined by EncodeXMLName.
   void SetValueNaem(const ZAMXMLName& name);
-  /// The same with a whole statement list, folded.
+  /// Same with a whole statement list, joined by EncodeXMLStatement.
   void SetValueStatement(const ZAMXMLStatement& list);
 
-  /// Also reads a child Code, which documents of other writers may hold. A ValueType word counts in
-  /// any case; a missing or unknown one is the string type.
+  /// Also reads a child Code, which other writers may have stored. The word of ValueType may be in
+  /// upper or lower case; a missing or unknown word means the string type.
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
-  /// Never writes m_Code. With a type that has no word: 0 after Node and Attribute are written.
+  /// Never writes m_Code. Returns 0, after writing Node and Attribute, if the type has no word.
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
-  /// Folds the six texts of a name, in field order, into one text joined by "^" (always five of
-  /// them). Nothing is escaped: a name that itself holds "^" does not come back.
+  /// Joins the six texts of a name, in field order, with five "^". Escapes nothing: a name that
+  /// contains "^" is not restored by DecodeXMLName.
   static void EncodeXMLName(const ZAMXMLName& name, _bstr_t& text);
-  /// Sets the name to the fields of a folded text of any length. Missing fields are empty; what
-  /// follows a sixth "^" is ignored.
+  /// Sets the name to the fields of such a text. Missing fields become empty. Ignores what follows
+  /// a sixth "^".
   static void DecodeXMLName(const _bstr_t& text, ZAMXMLName& name);
-  /// Folds the entries of a list, in order, into one text joined by "^". Nothing is escaped.
+  /// Joins the entries of a list, in order, with "^". Escapes nothing.
   static void EncodeXMLStatement(const ZAMXMLStatement& list, _bstr_t& text);
-  /// Sets the list to the pieces of a folded text that have a character; each of any length.
+  /// Sets the list to the pieces of such a text. Leaves out empty pieces.
   static void DecodeXMLStatement(const _bstr_t& text, ZAMXMLStatement& list);
 
-  _bstr_t m_Code;       ///< a code of the creator's; kept in memory only
+  _bstr_t m_Code;       ///< a code of the host; not stored in the document
   _bstr_t m_Node;       ///< element names joined by "/", relative to the root element
-  _bstr_t m_Attribute;  ///< attribute of that element; empty when the element's content changed
+  _bstr_t m_Attribute;  ///< attribute of that element; empty if the element's content changed
   ZAMXML_VTYPE m_ValueType = ZAMXML_VTYPE_NONE;
   _bstr_t m_OldValue;
   _bstr_t m_NewValue;
 
 protected:
-  /// Read and write the type and both values; the same failures as ReadFromXML and WriteToXML.
+  /// Read and write the type and both values. Fail like ReadFromXML and WriteToXML.
   int ReadValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
   int WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 };
 
-/// One committed edit: who, when, and the ordered list of changes. Elements: UID, Date, Time,
-/// UserID, UserName, Changes (with one Item for each change). Not copied as a whole.
+/// One committed edit: who, when, and which changes, in order. Elements: UID, Date, Time, UserID,
+/// UserName, Changes (with one Item per change). Cannot be copied.
 class ZAMXML_API ZAMXMLModification {
 public:
   ZAMXMLModification();
@@ -79,26 +79,26 @@ public:
   /// Makes the five texts empty and deletes the change items.
   void Clear();
   int GetCount() const;
-  /// The change item at the index, which stays the modification's; null for a bad index.
+  /// Returns the change item at `index`; null if there is none. The modification keeps ownership.
   ZAMXMLChangeItem* GetChange(int index) const;
 
-  /// Appends the items that can be read and leaves out those that cannot. Without a Changes child:
-  /// 0.
+  /// Appends the items that can be read and leaves out the others. Returns 0 if there is no Changes
+  /// child.
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
-  /// Replaces all that Changes holds. An item that cannot be written stays incomplete.
+  /// Replaces the content of Changes. An item that cannot be written is left incomplete.
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
-  _bstr_t m_UID;   ///< identifier of the modification, given by the host
+  _bstr_t m_UID;   ///< identifier of the modification; the host chooses it
   _bstr_t m_Date;  ///< local date of the commit, as 2009-03-05
   _bstr_t m_Time;  ///< local time of the commit, as 14:07:09
   _bstr_t m_UserID;
   _bstr_t m_UserName;
-  /// The changes, in the order of adding. The modification owns them and deletes them.
+  /// The changes, in the order of adding. The modification owns and deletes them.
   ZAMArray<ZAMXMLChangeItem*> m_Changes;
 };
 
-/// The modifications of a document, oldest first: the one at index i is step i of its history. One
-/// Modification element for each. Not copied as a whole.
+/// The modifications of a document, oldest first. The one at index i is step i of the history. Each
+/// is stored in one Modification element. Cannot be copied.
 class ZAMXML_API ZAMXMLModificationGroup {
 public:
   ZAMXMLModificationGroup();
@@ -110,33 +110,31 @@ public:
   /// Deletes the modifications.
   void Clear();
   int GetCount() const;
-  /// The modification at the index, which stays the list's. A bad index raises
-  /// CInvalidArgException.
+  /// Returns the modification at `index`. The list keeps ownership. Raises CInvalidArgException if
+  /// there is none.
   ZAMXMLModification* GetModification(int index) const;
 
-  /// Appends the modifications that can be read; one that cannot (it has no Changes) is left out,
-  /// and the log says which.
+  /// Appends the modifications that can be read. Leaves out one without Changes and logs which.
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
-  /// Replaces all that the element holds by the list.
+  /// Replaces the content of the element with the list.
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
-  /// Moves a tree, whose root element stands at the path, from one history position to another:
-  /// redoes the modifications after the current position, oldest first, or undoes those after the
-  /// target, newest first. Positions run from -1 (nothing applied) to GetCount() - 1.
+  /// Moves a tree from one history position to another: redoes the modifications after `current`,
+  /// oldest first, or undoes those after `target`, newest first. Positions run from -1 (nothing
+  /// applied) to GetCount() - 1. `rootPath` is the path of the root element.
   ///
-  /// Returns 1; or 0, with the tree unchanged, when the target is out of range or the current
-  /// position already, or there is no element at the path. A current position out of range raises
-  /// CInvalidArgException before anything changes. Any exception passes to the caller and leaves
-  /// the tree between positions: what was written stays. Moving it from the higher of the two
-  /// positions to -1 then brings back the original content.
+  /// Returns 1. Returns 0 and leaves the tree unchanged if `target` is out of range or equal to
+  /// `current`, or if there is no element at `rootPath`. Raises CInvalidArgException and leaves the
+  /// tree unchanged if `current` is out of range. Any other exception leaves the tree between the
+  /// two positions; moving it from the higher of them to -1 then restores the original content.
   int ApplyModifications(ZAMXml& xml, ZAMTextView rootPath, int current, int target);
 
-  /// The modifications, oldest first. The list owns them and deletes them.
+  /// The modifications, oldest first. The list owns and deletes them.
   ZAMArray<ZAMXMLModification*> m_ModificationList;
 
 protected:
-  /// Write the new (the old) value of every change into the tree, in stored order. An element that
-  /// is missing is added below the root; where that fails _com_error (E_POINTER) is raised.
+  /// Write the new, or the old, value of every change into the tree, in stored order. A missing
+  /// element is added below the root. Raise _com_error (E_POINTER) if it cannot be added.
   void RedoModification(ZAMXml& xml, IXMLDOMNodePtr& root, ZAMXMLModification* modification);
   void UndoModification(ZAMXml& xml, IXMLDOMNodePtr& root, ZAMXMLModification* modification);
 };

@@ -18,59 +18,63 @@ class TemporaryFolder;
 
 /// One examination document in a file.
 ///
-/// The file holds the original content and the complete list of modifications. In memory the
-/// document is shown at one position of that history: -1 is the original content, k the content
-/// with modifications 0 to k applied, GetHistoryCount() - 1 the last state. Opening shows the last
-/// state; saving stores the original content whatever position is shown.
+/// The file holds the original content and the complete list of modifications. In memory, the
+/// document shows one position of this history: -1 is the original content, k the content after
+/// modifications 0 to k, and GetHistoryCount() - 1 the last state. Open shows the last state.
+/// Saving stores the original content, whatever position is shown.
 ///
-/// Content is changed by recording modifications: BeginModify, any number of additions,
-/// CommitModify; then SetHistoryToLast shows it. The records below may be read at any time. What a
-/// host writes into them directly reaches a file only when the document's tree is built from them:
-/// at the first save of a new document, and when the header's identifier differs from the default.
+/// To change content, record a modification: BeginModify, any number of AddChangeItem,
+/// CommitModify; then SetHistoryToLast shows the new state. The records below may be read at any
+/// time. Values that a host writes into them reach a file only if a save builds the tree from the
+/// records: the first save of a new document, and any save while m_DocInfo.m_ID differs from
+/// m_DefaultDocInfo.m_ID. Such a save keeps only the sections that a hook writes: a host whose
+/// documents have an ID or sections of their own derives from this class.
 ///
-/// A host specialises the document by deriving from it and overriding the On... hooks. Int results
-/// are 1 for success and 0 for failure; a log argument may be null. Errors of the document itself
-/// are recorded in it (it is a ZAMLog). Exceptions of the tree or of undo and redo, such as
-/// _com_error with E_OUTOFMEMORY or std::bad_alloc, pass to the host.
-/// Used by one thread at a time; different documents may live in different threads.
+/// A host derives from this class and overrides the On... hooks to add sections. An int result is 1
+/// for success and 0 for failure. A log argument may be null. The document is a ZAMLog and records
+/// its errors in itself. Exceptions of the tree and of undo and redo, such as _com_error
+/// (E_OUTOFMEMORY) and std::bad_alloc, pass to the host.
+///
+/// Thread safety: used by one thread at a time; different documents may be used by different
+/// threads.
 class ZAMXML_API ZAMXMLFile : public ZAMFile, public ZAMLog {
 public:
   ZAMXMLFile();
-  /// Drops the tree and cancels an open edit; nothing is saved.
+  /// Cancels an open edit. Saves nothing.
   ~ZAMXMLFile() override;
 
-  /// Sets the shown position to -1, the header to the default one, and clears all other records.
-  /// The tree and an open edit are not touched.
+  /// Sets the shown position to -1, m_DocInfo to m_DefaultDocInfo, and clears all other records.
+  /// Keeps the tree and an open edit.
   virtual void Clear();
 
-  /// Makes the document a copy of the tree, read and shown at its last state, opened without a
-  /// path. An open edit stays open with the old values of the former document: the host ends it,
-  /// and the document's log has a warning here and at CommitModify. 0 with the document as it was
-  /// when the tree cannot be copied; closed and empty when the copy cannot be read.
+  /// Replaces the document with a copy of `source`, shown at its last state. It is then open and
+  /// has no path. An open edit stays open and keeps the old values of the former document: the
+  /// document logs a warning here and in CommitModify. Returns 0 if `source` cannot be copied (the
+  /// document is unchanged) or the copy cannot be read (the document is closed and empty).
   int OpenFromXML(ZAMXml& source, ZAMLog* log);
 
-  /// The number of modifications.
+  /// Returns the number of modifications.
   int GetHistoryCount() const;
-  /// Shows the document at a position: moves the tree, reads all records again and calls
-  /// OnHistoryChanged. 1, and nothing else, when it is shown already. 0 with nothing changed for a
-  /// position outside -1 to GetHistoryCount() - 1. 0 when the moved tree cannot be read (code -2009
-  /// in the document's log): the tree then stands at the position, the list of modifications is
-  /// kept and the other records are incomplete. After that, or after an exception, the next call
-  /// moves and reads the tree afresh.
+  /// Shows a position: moves the tree, reads all records and calls OnHistoryChanged. Returns 1 and
+  /// does nothing if the position is shown already. Returns 0 and does nothing if it is not in -1
+  /// to GetHistoryCount() - 1. Returns 0 and logs code -2009 if the records cannot be read: the
+  /// tree is then at the position, the list of modifications is kept, and the other records are
+  /// incomplete. After that, or after an exception, the next call moves and reads everything again.
   int SetHistory(int position);
   int SetHistoryToOriginal();
   int SetHistoryToLast();
 
-  /// Begins an edit: takes a private snapshot of the last state, through a temporary file that is
-  /// gone before this returns, and a pending modification for that user. An edit that was open is
-  /// cancelled. 0 leaves no open edit; the document's log has code -2003 when the snapshot could
-  /// not be saved. Saving for the snapshot may call OnHistoryChanged twice.
+  /// Begins an edit: takes a private snapshot of the last state and makes a pending modification
+  /// for this user. Cancels an edit that is open. Saves the snapshot to a temporary file, which is
+  /// removed before this returns; that save may call OnHistoryChanged twice. Returns 0, without an
+  /// open edit, if it fails; the code is -2003 if the snapshot cannot be saved.
   int BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName);
 
-  /// Create a change item: its old value is taken from the snapshot (empty when there is no such
-  /// element), its new value is empty, the text, the folded name or the folded list. Node is a
-  /// path relative to the root element ("PatientInfo/Name"). The item belongs to the caller until
-  /// AddChangeItem takes it. Null, with code -2 in the document's log, without an open edit.
+  /// Create a change item. `node` is a path below the root element ("PatientInfo/Name"); an element
+  /// that is missing is added when the change is redone, also for a mistyped path. The old value
+  /// comes from the snapshot and is empty if there is no such element. The new value is empty, the
+  /// text, the joined name or the joined list. The caller owns the item until AddChangeItem takes
+  /// it. Return null and log code -2 if there is no open edit.
   ZAMXMLChangeItem* CreateChangeItem(const _bstr_t& code, const _bstr_t& node,
                                      const _bstr_t& attribute, ZAMXML_VTYPE type);
   ZAMXMLChangeItem* CreateChangeItem(const _bstr_t& code, const _bstr_t& node,
@@ -81,27 +85,26 @@ public:
   ZAMXMLChangeItem* CreateChangeItemStatement(const _bstr_t& code, const _bstr_t& node,
                                               const ZAMXMLStatement& list);
 
-  /// Appends the item to the pending modification, which then owns it, and returns its index. -1
-  /// leaves it the caller's: no modification is pending, or the item is null.
-  /// A change of a whole name or list that names an attribute gets the whole as its old value, with
-  /// a warning in the document's log: that is what undo writes back. A "^" in one of the texts gets
-  /// a warning too: such a text comes back cut there.
+  /// Appends the item to the pending modification, which then owns it, and returns its index.
+  /// Returns -1 if there is no pending modification or the item is null; the caller then keeps the
+  /// item. Logs a warning for a name or list item with an attribute, whose old value becomes the
+  /// whole name or list because that is what undo writes back, and for a "^" inside a part, which
+  /// reads back as two parts.
   int AddChangeItem(ZAMXMLChangeItem* item);
-  /// Create and append in one step; the index, or -1 with nothing added.
+  /// Create and append an item in one step. Return its index, or -1 with nothing added.
   int AddChangeItem(const _bstr_t& code, const _bstr_t& node, const _bstr_t& attribute,
                     ZAMXML_VTYPE type, const _bstr_t& newValue);
   int AddChangeItemName(const _bstr_t& code, const _bstr_t& node, const ZAMXMLName& name);
   int AddChangeItemStatement(const _bstr_t& code, const _bstr_t& node, const ZAMXMLStatement& list);
 
   /// Stamps the pending modification with the local date and time, appends it to the history and
-  /// ends the edit. A change whose type is none of string, name and statement cannot be stored: it
-  /// is left out, with a warning in the document's log. What is shown does not change. 0 when no
-  /// modification is pending; 0, with the reason in the document's log, when the tree has no place
-  /// for the list: the modification is then in the list and the snapshot stays open. After an
-  /// exception GetHistoryCount tells whether the modification is in the history; if it is, it is
-  /// stored with it.
+  /// ends the edit. The shown position does not change. Leaves out a change whose type is not
+  /// string, name or statement, and logs a warning. Returns 0 if no modification is pending.
+  /// Returns 0 and logs the reason if the tree has no place for the list; the modification is then
+  /// in the list and the snapshot stays open. After an exception, GetHistoryCount tells whether the
+  /// modification is in the history.
   int CommitModify();
-  /// Ends the edit: drops the snapshot and the pending modification with its items.
+  /// Ends the edit and deletes the snapshot and the pending modification with its items.
   void CancelModify();
 
   ZAMXMLDocumentInfo m_DocInfo;             ///< the header, as shown
@@ -109,77 +112,77 @@ public:
   ZAMXMLOrderInfo m_OrderInfo;              ///< as shown
   ZAMXMLStudyInfo m_StudyInfo;              ///< as shown
   ZAMXMLModificationGroup m_Modifications;  ///< committed modifications, oldest first
-  ZAMXMLDocumentInfo m_DefaultDocInfo;  ///< what a cleared document's header becomes; its ID and
-                                        ///< Version are stamped into every header written
-  ZAMXml m_Xml;                         ///< tree of the document
-  ZAMXml m_CloneXml;                    ///< snapshot of an open edit
-  int m_nHistory;                       ///< shown position, -1 = original
+  ZAMXMLDocumentInfo m_DefaultDocInfo;      ///< the header of a new or cleared document; its ID and
+                                            ///< Version go into every header that is written
+  ZAMXml m_Xml;                             ///< tree of the document
+  ZAMXml m_CloneXml;                        ///< snapshot of an open edit
+  int m_nHistory;                           ///< shown position, -1 = original
   std::unique_ptr<ZAMXMLModification> m_pModification;  ///< pending modification, or null
 
 protected:
-  /// Close, New, Open, Save and SaveAs of ZAMFile end here.
+  /// The hooks of ZAMFile.
   void OnFileClose() override;
   int OnFileNew(ZAMLog* log) override;
   int OnFileOpen(const _bstr_t& path, ZAMLog* log) override;
   int OnFileSave(const _bstr_t& path, ZAMLog* log) override;
 
-  /// Asked when an opened tree has no root "KESTRANE_ZAM": nonzero accepts it, and the subclass has
-  /// then read what it wants; nothing is cleared or read by this class. Default 0.
+  /// Called for an opened tree whose root is not "KESTRANE_ZAM". Return nonzero to accept it; this
+  /// class then clears and reads nothing. Default: returns 0.
   virtual int OnOpenCompatible(ZAMXml& xml, ZAMLog* log);
-  /// Called after SetHistory has moved and read the document. Default: nothing.
+  /// Called after SetHistory has moved and read the document. Default: does nothing.
   virtual void OnHistoryChanged();
 
-  /// Read one section each, in this order (OnReadModification after OnReadDocumentInfo); 0 ends the
-  /// reading. A missing section is an error, except Modifications.
+  /// Read one section each, in this order, with OnReadModification right after OnReadDocumentInfo.
+  /// A result of 0 ends the reading. A missing section is an error, except Modifications.
   virtual int OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadPatientInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadOrderInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadStudyInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadModification(ZAMXml& xml, ZAMLog* log);
-  /// Reads sections of a subclass. Default 1.
+  /// Reads the sections of a derived class. Default: returns 1.
   virtual int OnReadNonStandard(ZAMXml& xml, ZAMLog* log);
 
-  /// Writes a template to the path that is being saved to and returns nonzero, or returns 0: none.
-  /// Asked when the tree is built from the records; m_Xml is the former tree then, so that a host
-  /// can save its own sections to the path. Default 0. Once the template is read, the file that was
-  /// at the path comes back, unless the template was written into it in place; a process that is
-  /// killed before leaves that to the next one that opens or saves the document.
+  /// Called before a save builds the tree from the records. Write a template to `path` and return
+  /// nonzero, or return 0 for none. m_Xml is still the former tree, so a host can save it there to
+  /// keep its own sections. Default: returns 0. After the template is read, the file that was at
+  /// `path` is put back, unless the template was written into that file in place. If the process is
+  /// killed before, the next one that opens or saves the document puts it back.
   virtual int OnCopyXMLTemplate(const _bstr_t& path);
 
-  /// Write one section each, creating its element when it is missing; 0 ends the writing. The tree
-  /// is not whole meanwhile: SetHistory, Save, SaveAs and BeginModify give 0 in these hooks.
-  /// OnWriteModification writes nothing when there are no modifications. A host that overrides it
-  /// and writes nothing either keeps the history out of this save and every later one of the tree.
+  /// Write one section each and create its element if it is missing. A result of 0 ends the
+  /// writing. The tree is incomplete meanwhile: SetHistory, Save, SaveAs and BeginModify return 0
+  /// in these hooks. OnWriteModification writes nothing if there are no modifications. An override
+  /// that always writes nothing keeps the history out of this and every later save of the tree.
   virtual int OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWritePatientInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWriteOrderInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWriteStudyInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWriteModification(ZAMXml& xml, ZAMLog* log);
-  /// Writes sections of a subclass; any nonzero result is success. Default 1.
+  /// Writes the sections of a derived class. Default: returns 1.
   virtual int OnWriteNonStandard(ZAMXml& xml, ZAMLog* log);
 
-  /// Sets the default header; its institution name and matching UID become empty. m_DocInfo gets
-  /// it at the next Clear, New or Close.
+  /// Sets m_DefaultDocInfo, with an empty institution name and matching UID. m_DocInfo changes with
+  /// the next Clear, New or Close.
   void SetDefaultDocInfo(const _bstr_t& id, const _bstr_t& type, const _bstr_t& version,
                          const _bstr_t& author, const _bstr_t& application);
 
-  /// Clears and reads the records from the tree; with a nonzero flag the tree is moved to its last
-  /// history position after the header and the list are read.
+  /// Clears the records and reads them from the tree. If `moveToLast` is nonzero, moves the tree to
+  /// its last position after the header and the list are read.
   int _ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log);
   /// Writes all sections into the tree.
   int _WriteToXML(ZAMXml& xml, ZAMLog* log);
-  /// Moves a tree from m_nHistory to the position without reading it, and sets m_nHistory.
-  /// 1 moved or already there, 0 out of range.
+  /// Moves a tree from m_nHistory to the position without reading it, and sets m_nHistory. Returns
+  /// 1 if the tree is at the position now, 0 if the position is out of range.
   int _SetHistory(ZAMXml& xml, int position);
 
-  /// The text of a value in the snapshot, folded for names and statements; empty when there is no
-  /// such element. 0, with the result unchanged, without an open snapshot.
+  /// Sets `result` to a value in the snapshot; names and statements are joined. The value is empty
+  /// if there is no such element. Returns 0 and changes nothing if there is no open snapshot.
   int GetOldValue(const _bstr_t& node, const _bstr_t& attribute, ZAMXML_VTYPE type,
                   _bstr_t& result);
 
-  /// Writes the XML resource of the module to the path, byte for byte; what stood there is
-  /// replaced. 0 with the file untouched when it cannot be written; 0 with an empty file when the
-  /// module is null or has no such resource. Of the identifier the low 16 bits count.
+  /// Writes an XML resource of the module to the file at `path`, which is replaced. The low 16 bits
+  /// of the identifier count. Returns 0 and keeps the old file if it cannot be written. Returns 0
+  /// and writes an empty file if the module is null or has no such resource.
   static int CopyXMLTemplate(HINSTANCE module, unsigned int identifier, const _bstr_t& path);
 
 private:
@@ -187,15 +190,14 @@ private:
   class ZAMXML_LOCAL KeptPaths;
 
   int ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log);
-  /// How a save of the tree ended: no file was written, or one was, and the document shows its
-  /// former position again or cannot.
+  /// How a save of the tree ended: no file was written, or one was written and the document shows
+  /// its former position again (Whole) or cannot (Unshown).
   enum class Saved { Not, Whole, Unshown };
 
   int RequireWholeRecords(ZAMLog* log);
   int BuildTree(bool fromTemplate, const _bstr_t& path, zam::KeptFile& replaced, ZAMLog* log);
   bool IsBuilding() const noexcept;
-  /// Whether a hook of a reading or writing that began in that session (0: none) has closed the
-  /// document or put another in its place.
+  /// Returns whether a hook has closed or replaced the document since that session; false for 0.
   bool IsReplaced(unsigned int session) const noexcept {
     return session != 0 && session != Session();
   }

@@ -6,31 +6,31 @@
 #include "zamxml/platform/text.h"
 #include "zamxml/platform/xml.h"
 
-/// The record classes: each holds one piece of a document in memory and reads itself from, and
-/// writes itself into, the XML element that its owner hands it.
+/// The record classes. Each holds one part of a document in memory, reads itself from an XML
+/// element and writes itself into one.
 ///
-/// What all records share, unless a class says otherwise:
-/// - Fields are public; a text field is named after the element (or the element and attribute)
-///   that stores it. Values are kept as given: nothing is parsed, converted or checked.
-/// - A new record holds null texts; Clear makes every text empty (not null) and clears nested
+/// Rules for all records, unless a class says otherwise:
+/// - Fields are public. A text field is named after the element, or the element and attribute, that
+///   stores it. Values are kept as given: nothing is parsed, converted or checked.
+/// - A new record holds null texts. Clear makes every text empty (not null) and clears nested
 ///   records.
-/// - ReadFromXML overwrites each field with what the element holds: a missing element gives the
-///   empty text, a missing nested record's element leaves the nested record as it is. It does not
-///   clear first, and lists append what they read.
-/// - WriteToXML updates the first child of each name and creates what is missing, in field order.
-/// - Both return 1, or 0: at once, with nothing logged or changed, when the tree holds no document
-///   or the element handle is null; or after an exception, which never leaves them: the reason is
-///   copied into the caller's log (which may be null), and what was read or written stays.
-/// - A nested record that fails reports into the same log and does not fail its owner.
-/// - Used by one thread at a time; different records may live in different threads.
+/// - ReadFromXML overwrites every field. A missing element gives the empty text; a missing element
+///   of a nested record leaves the nested record unchanged. Lists append what they read.
+/// - WriteToXML updates the first child of each name and creates missing ones in field order.
+/// - Both return 1 for success. Both return 0, and do and log nothing, if the tree holds no
+///   document or the element handle is null. Both return 0 if memory runs out or the tree refuses a
+///   step: the caller's log, which may be null, gets the reason, and what was read or written
+///   stays. No exception leaves them.
+/// - A nested record that fails logs into the same log. Its owner does not fail.
+/// - Thread safety: a record is used by one thread at a time.
 
-/// The orders in which ZAMXMLName::GetFullName joins the parts. Do not change the values.
+/// The order in which ZAMXMLName::GetFullName joins the parts. Do not change the values.
 enum ZAM_NAME_STYLE : int {
   ZAM_NAME_STYLE_FAMILY_FIRST = 0,  ///< prefix, family, middle, given, suffix
   ZAM_NAME_STYLE_GIVEN_FIRST = 1,   ///< prefix, given, middle, family, suffix
 };
 
-/// A person's name, whole and in parts. Elements: Full, Family, Given, Middle, Prefix, Suffix.
+/// A person's name, as a whole and in parts. Elements: Full, Family, Given, Middle, Prefix, Suffix.
 class ZAMXML_API ZAMXMLName {
 public:
   ZAMXMLName();
@@ -42,15 +42,15 @@ public:
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
-  /// 1 when none of the six texts has a character, else 0.
+  /// Returns 1 if all six texts are empty or null, else 0.
   int IsEmpty() const;
 
-  /// The name for display: null for an empty name; m_Full when it is preferred (nonzero) and has a
-  /// character; otherwise the parts that have one, in the order of the style, joined by one space.
-  /// Without any part, or with another style, m_Full as it is.
+  /// Returns the name for display. Null if the name is empty. m_Full if `preferFull` is nonzero and
+  /// m_Full is not empty. Otherwise the parts that are not empty, in the order of `style`, joined
+  /// by one space; m_Full if all parts are empty or `style` is not a ZAM_NAME_STYLE.
   _bstr_t GetFullName(ZAM_NAME_STYLE style, int preferFull) const;
 
-  _bstr_t m_Full;  ///< the whole name as one text, as the host gives it
+  _bstr_t m_Full;  ///< the whole name, as the host gives it
   _bstr_t m_Family;
   _bstr_t m_Given;
   _bstr_t m_Middle;
@@ -71,7 +71,7 @@ public:
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
-  _bstr_t m_ID;  ///< names the kind of document; ZAMXMLFile compares it when saving
+  _bstr_t m_ID;  ///< the kind of document; ZAMXMLFile compares it when saving
   _bstr_t m_Type;
   _bstr_t m_Version;  ///< version of the kind of document
   _bstr_t m_Author;
@@ -83,9 +83,8 @@ public:
 /// The patient section. Elements: ID, Name (a person name), BirthDate, Gender with attribute code,
 /// Age, Race, Height and Weight (Age, Height and Weight with attribute Unit), BackupID.
 ///
-/// Reading settles the sex code: a code of exactly one character stays; otherwise it becomes the
-/// first character of m_Gender, and "U" where that is neither "F" nor "M". Writing never changes
-/// it.
+/// Reading normalizes m_GenderCode: a code of exactly one character stays; any other becomes the
+/// first character of m_Gender, or "U" if that is neither "F" nor "M". Writing does not change it.
 class ZAMXML_API ZAMXMLPatientInfo {
 public:
   ZAMXMLPatientInfo();
@@ -101,7 +100,7 @@ public:
   ZAMXMLName m_Name;
   _bstr_t m_BirthDate;
   _bstr_t m_Gender;      ///< sex as free text
-  _bstr_t m_GenderCode;  ///< sex as a code: "M", "F" or "U" where reading derives it
+  _bstr_t m_GenderCode;  ///< sex as a code: "M", "F" or "U" if reading derives it
   _bstr_t m_Age;
   _bstr_t m_AgeUnit;
   _bstr_t m_Race;
@@ -134,8 +133,8 @@ public:
   _bstr_t m_Comment;
 };
 
-/// An ordered list of free texts, each in one Statement element. Other children of the element are
-/// neither read nor touched. Not copied as a whole.
+/// An ordered list of free texts, each stored in one Statement element. Ignores and keeps all other
+/// children of the element. Cannot be copied.
 class ZAMXML_API ZAMXMLStatement {
 public:
   ZAMXMLStatement();
@@ -143,17 +142,18 @@ public:
   ZAMXMLStatement& operator=(const ZAMXMLStatement&) = delete;
   virtual ~ZAMXMLStatement();
 
-  /// Appends the text, null and empty ones included. Raises _com_error (E_OUTOFMEMORY), with the
-  /// list unchanged, when there is no room.
+  /// Appends the text, even if it is null or empty. Raises _com_error (E_OUTOFMEMORY), with the
+  /// list unchanged, if there is no room.
   void AddStatement(const _bstr_t& text);
-  /// Sets the text to the entry and returns 1; 0, with the text unchanged, for a bad index.
+  /// Sets `text` to the entry at `index` and returns 1. Returns 0 and changes nothing if there is
+  /// none.
   int GetStatement(int index, _bstr_t& text) const;
   int GetCount() const;
   void Clear();
 
-  /// Appends the Statement children that have a character, in document order.
+  /// Appends the Statement children that are not empty, in document order.
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
-  /// Replaces all Statement children by the entries that have a character, in list order.
+  /// Replaces all Statement children with the entries that are not empty, in list order.
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
 private:
@@ -179,8 +179,8 @@ public:
   _bstr_t m_SerialNo;
 };
 
-/// An ordered list of question and answer pairs, each in one Extra element with Question and
-/// Answer. Other children of the element are neither read nor touched. Not copied as a whole.
+/// An ordered list of question and answer pairs, each stored in one Extra element with Question and
+/// Answer. Ignores and keeps all other children of the element. Cannot be copied.
 class ZAMXML_API ZAMXMLExtraQuestion {
 public:
   ZAMXMLExtraQuestion();
@@ -188,17 +188,18 @@ public:
   ZAMXMLExtraQuestion& operator=(const ZAMXMLExtraQuestion&) = delete;
   virtual ~ZAMXMLExtraQuestion();
 
-  /// Appends a pair, null and empty texts included. Raises _com_error (E_OUTOFMEMORY), with the
-  /// list unchanged, when there is no room.
+  /// Appends a pair, even if its texts are null or empty. Raises _com_error (E_OUTOFMEMORY), with
+  /// the list unchanged, if there is no room.
   void AddQuestion(const _bstr_t& question, const _bstr_t& answer);
-  /// Sets both texts to the pair and returns 1; 0, with both unchanged, for a bad index.
+  /// Sets both texts to the pair at `index` and returns 1. Returns 0 and changes nothing if there
+  /// is none.
   int GetQuestion(int index, _bstr_t& question, _bstr_t& answer) const;
   int GetCount() const;
   void Clear();
 
-  /// Appends one pair for every Extra child, also when its texts are empty or missing.
+  /// Appends one pair for every Extra child, even if its texts are empty or missing.
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
-  /// Replaces all Extra children by one for each pair.
+  /// Replaces all Extra children with one for each pair.
   int WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log);
 
 private:
@@ -211,8 +212,8 @@ private:
 };
 
 /// The study section. Elements: ID, Date, Time, Department, RoomNumber, AuthorName (a person name),
-/// DeviceInfo, ExtraQuestions, Status, Comment. Not copied as a whole. The one section whose record
-/// a host can specialise: Clear, ReadFromXML and WriteToXML are virtual.
+/// DeviceInfo, ExtraQuestions, Status, Comment. Cannot be copied. A host can derive from this
+/// record: Clear, ReadFromXML and WriteToXML are virtual.
 class ZAMXML_API ZAMXMLStudyInfo {
 public:
   ZAMXMLStudyInfo();

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <ostream>
 #include <utility>
 
 #include "platform/utf.h"
@@ -57,6 +58,14 @@ auto WithTextError(Convert convert) {
   } catch (const std::length_error&) {
     throw _com_error(E_OUTOFMEMORY);
   }
+}
+
+std::string_view Bytes(std::u8string_view text) noexcept {
+  return {reinterpret_cast<const char*>(text.data()), text.size()};
+}
+
+std::string Utf8(std::u16string_view units) {
+  return WithTextError([&] { return zam::ToUtf8(units); });
 }
 
 std::u16string FromWide(const wchar_t* text) {
@@ -115,9 +124,19 @@ _bstr_t::_bstr_t(const char* text) {
   }
 }
 
+_bstr_t::_bstr_t(const char8_t* text) : _bstr_t(reinterpret_cast<const char*>(text)) {}
+
 _bstr_t::_bstr_t(std::u16string_view text) : m_Units(Copy(text, {})) {}
 
 _bstr_t::_bstr_t(const std::u16string& text) : m_Units(Copy(text, {})) {}
+
+_bstr_t::_bstr_t(std::string_view text) : _bstr_t(FromUtf8(text)) {}
+
+_bstr_t::_bstr_t(const std::string& text) : _bstr_t(FromUtf8(text)) {}
+
+_bstr_t::_bstr_t(std::u8string_view text) : _bstr_t(FromUtf8(Bytes(text))) {}
+
+_bstr_t::_bstr_t(const std::u8string& text) : _bstr_t(FromUtf8(Bytes(text))) {}
 
 _bstr_t::_bstr_t(ZAMTextView text) : m_Units(text.IsNull() ? nullptr : Copy(text.view(), {})) {}
 
@@ -164,8 +183,15 @@ std::u16string_view _bstr_t::view() const noexcept {
                             : std::u16string_view();
 }
 
-std::string _bstr_t::utf8() const {
-  return WithTextError([&] { return zam::ToUtf8(view()); });
+std::string _bstr_t::utf8() const { return Utf8(view()); }
+
+std::u8string _bstr_t::u8string() const {
+  const std::string bytes = utf8();
+  return WithTextError([&] { return std::u8string(bytes.begin(), bytes.end()); });
+}
+
+std::ostream& operator<<(std::ostream& stream, const _bstr_t& text) {
+  return stream << Utf8(text.view());
 }
 
 _bstr_t operator+(const _bstr_t& left, const _bstr_t& right) {
@@ -202,6 +228,7 @@ void CString::Reserve(int length) {
 }
 const char16_t* CString::GetString() const noexcept { return m_Units.c_str(); }
 std::u16string_view CString::view() const noexcept { return m_Units; }
+std::string CString::utf8() const { return Utf8(m_Units); }
 CString::operator _bstr_t() const { return _bstr_t(m_Units); }
 
 CString& CString::operator+=(ZAMTextView text) {
@@ -212,4 +239,8 @@ CString& CString::operator+=(ZAMTextView text) {
 CString& CString::operator+=(char16_t unit) {
   WithTextError([&] { m_Units += unit; });
   return *this;
+}
+
+std::ostream& operator<<(std::ostream& stream, const CString& text) {
+  return stream << Utf8(text.m_Units);
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,13 +20,15 @@ TEST(Text, NullAndEmpty) {
   EXPECT_EQ(null.GetBSTR(), nullptr);
   EXPECT_EQ(empty.GetBSTR()[0], u'\0');
   EXPECT_EQ(null, empty);
-  for (const auto& made : {_bstr_t(static_cast<const char16_t*>(nullptr)),
-                           _bstr_t(static_cast<const wchar_t*>(nullptr)),
-                           _bstr_t(static_cast<const char*>(nullptr)), _bstr_t(ZAMTextView())}) {
+  for (const auto& made :
+       {_bstr_t(static_cast<const char16_t*>(nullptr)),
+        _bstr_t(static_cast<const wchar_t*>(nullptr)), _bstr_t(static_cast<const char*>(nullptr)),
+        _bstr_t(static_cast<const char8_t*>(nullptr)), _bstr_t(ZAMTextView())}) {
     EXPECT_TRUE(!made);
   }
   for (const auto& made : {_bstr_t(std::u16string_view()), _bstr_t(std::u16string()), _bstr_t(L""),
-                           _bstr_t(""), _bstr_t(CString()), _bstr_t::FromUtf8({})}) {
+                           _bstr_t(""), _bstr_t(CString()), _bstr_t(std::string_view()),
+                           _bstr_t(std::u8string_view()), _bstr_t(std::filesystem::path())}) {
     EXPECT_FALSE(!made);
   }
   EXPECT_TRUE(!(null + null));
@@ -68,7 +72,16 @@ TEST(Text, BadUnitsAreReplaced) {
     EXPECT_EQ(_bstr_t(row.m_Units).utf8(), row.m_Bytes);
   }
   EXPECT_EQ(_bstr_t(L"\U0001F600\u00E9").view(), u"\U0001F600\u00E9");
-  EXPECT_EQ(_bstr_t("\xC3\xA9").view(), u"\u00E9");
+  std::ostringstream stream;
+  for (const auto& made :
+       {_bstr_t("\xC3\xA9"), _bstr_t("\xC3\xA9"s), _bstr_t("\xC3\xA9|"sv.substr(0, 2)),
+        _bstr_t(u8"\u00E9"), _bstr_t(std::u8string(u8"\u00E9")),
+        _bstr_t(std::filesystem::path(u8"\u00E9"))}) {
+    EXPECT_EQ(made.view(), u"\u00E9");
+    EXPECT_EQ(std::filesystem::path(made.u8string()), std::filesystem::path(u8"\u00E9"));
+    stream << made << CString(made);
+  }
+  EXPECT_EQ(stream.str().size(), 24U);
 }
 
 TEST(Text, ThreadsShareCopies) {

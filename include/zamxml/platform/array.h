@@ -8,10 +8,12 @@
 
 #include "zamxml/platform/error.h"
 
-/// An ordered, growable array: append at the end, checked access by index.
+/// A growable array with checked access by index.
 ///
-/// Where the entries are pointers the array never deletes what they point to; the class that holds
-/// the array says who does. Used by one thread at a time.
+/// An array of pointers does not own what they point to. The class that holds the array documents
+/// who deletes it.
+///
+/// Thread safety: used by one thread at a time.
 template <class Entry>
 class ZAMArray {
 public:
@@ -26,17 +28,16 @@ public:
   }
   ~ZAMArray() = default;
 
-  /// The number of entries.
   int GetCount() const noexcept { return static_cast<int>(m_Entries.size() - m_First); }
 
-  /// The entry at an index from 0 to GetCount() - 1; any other index raises CInvalidArgException.
+  /// Returns the entry at `index`. Raises CInvalidArgException unless 0 <= index < GetCount().
   Entry& GetAt(int index) { return m_Entries[Checked(index)]; }
   const Entry& GetAt(int index) const { return m_Entries[Checked(index)]; }
   Entry& operator[](int index) { return GetAt(index); }
   const Entry& operator[](int index) const { return GetAt(index); }
 
-  /// Appends an entry and returns its index.
-  /// Raises _com_error (E_OUTOFMEMORY) when there is no room; the array is then unchanged.
+  /// Appends an entry and returns its index. Raises _com_error (E_OUTOFMEMORY), with the array
+  /// unchanged, if there is no room.
   int Add(Entry entry) {
     const int index = GetCount();
     if (index == std::numeric_limits<int>::max()) {
@@ -50,9 +51,9 @@ public:
     return index;
   }
 
-  /// Removes the entry at an index from 0 to GetCount() - 1, without deleting what it points to;
-  /// the later ones move down by one. Any other index raises CInvalidArgException. Removing the
-  /// first entry takes constant time.
+  /// Removes the entry at `index`; later entries move down by one. Does not delete what the entry
+  /// points to. Raises CInvalidArgException unless 0 <= index < GetCount(). Removing the first
+  /// entry takes constant time.
   void RemoveAt(int index) {
     std::size_t place = Checked(index);
     if (index != 0) {
@@ -71,7 +72,7 @@ public:
     }
   }
 
-  /// Removes all entries, without deleting what they point to.
+  /// Removes all entries. Does not delete what they point to.
   void RemoveAll() noexcept {
     m_Entries.clear();
     m_First = 0;
@@ -91,5 +92,5 @@ private:
   }
 
   std::vector<Entry> m_Entries;
-  std::size_t m_First = 0;  ///< the places before it are empty
+  std::size_t m_First = 0;  ///< index of the first entry; the places before it are empty
 };

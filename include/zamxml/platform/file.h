@@ -11,53 +11,54 @@ namespace zam {
 struct FileIdentity;
 }
 
-/// The life of something that is kept in a file: the public operations end in the hooks
-/// OnFileNew, OnFileOpen, OnFileSave and OnFileClose, which a derived class fills.
+/// The life cycle of an object that is kept in a file. The public operations call the hooks
+/// OnFileNew, OnFileOpen, OnFileSave and OnFileClose, which a derived class implements.
 ///
-/// Int results are nonzero for success and 0 for failure: those of the hook. Paths are those of the
-/// platform's file system, as Unicode text. A log argument may be null. Used by one thread at a
-/// time.
+/// An int result is the hook's own: nonzero for success, 0 for failure. Paths are paths of the
+/// platform's file system. A log argument may be null.
+///
+/// Thread safety: used by one thread at a time.
 class ZAMXML_API ZAMFile {
 public:
   ZAMFile();
   ZAMFile(const ZAMFile&) = delete;
   ZAMFile& operator=(const ZAMFile&) = delete;
-  /// Calls no hook: a derived class closes itself in its own destructor.
+  /// Calls no hook. A derived class closes itself in its own destructor.
   virtual ~ZAMFile();
 
-  /// Calls OnFileClose; afterwards nothing is opened and there is no current path.
+  /// Calls OnFileClose. Afterwards nothing is open and there is no current path.
   virtual void Close();
 
-  /// Starts something new through OnFileNew: opened, without a current path.
+  /// Starts a new object through OnFileNew. It is then open and has no current path.
   virtual int New(ZAMLog* log);
 
-  /// Opens the file at the path through OnFileOpen. What is opened is closed first, so that nothing
-  /// begun on one document can end in another. Success makes the path current; a failure, an
-  /// exception included, leaves it closed and empty.
+  /// Opens the file at `path` through OnFileOpen and makes `path` current. Closes first what is
+  /// open, so that an edit of one document can never end in another. Closed and empty after a
+  /// failure or an exception.
   virtual int Open(const _bstr_t& path, ZAMLog* log);
 
-  /// Saves to the current path through OnFileSave. Without a current path the result is 0, an entry
-  /// stands in the object's own log (when it is a ZAMLog), and nothing is touched.
+  /// Saves to the current path through OnFileSave. Returns 0 and changes nothing if there is no
+  /// current path; an object that is a ZAMLog then logs the reason in itself.
   virtual int Save();
 
-  /// Saves to the path through OnFileSave; success makes the path current and leaves it opened, a
-  /// failure leaves the current path as it was. What a hook closed, or replaced by something else,
-  /// keeps the path that it got there.
+  /// Saves to `path` through OnFileSave and makes `path` current; the object is then open. A
+  /// failure keeps the current path. If a hook closes the object, or opens another in its place,
+  /// the path that the hook set stays.
   virtual int SaveAs(const _bstr_t& path, ZAMLog* log);
 
-  /// Nonzero from a successful Open or New (or a first SaveAs) until Close.
+  /// Returns nonzero from a successful Open, New or SaveAs until Close.
   int IsOpened() const noexcept { return m_nOpened; }
 
-  /// 1 when the current path no longer leads to the file that was opened or last saved here:
-  /// another file has been put there, it was written to (another size or modification time), or it
-  /// is gone. 0 when it still does, and without a current path. Saving does not ask: it replaces
-  /// what stands there.
+  /// Returns 1 if the file at the current path is not the one that was opened or last saved here:
+  /// it was replaced, written to (size or modification time differ), or removed. Returns 0
+  /// otherwise and if there is no current path. Saving does not check this: it replaces whatever is
+  /// there.
   int IsFileChanged() const;
 
   /// The current path; empty when there is none.
   CString m_strFilePath;
-  /// The file to which that path led when it was opened or saved. Who puts a path back puts this
-  /// back with it.
+  /// The identity of the file at the current path when it was opened or saved. Code that restores a
+  /// path restores this with it.
   std::shared_ptr<const zam::FileIdentity> m_pFile;
 
 protected:
@@ -66,19 +67,18 @@ protected:
   virtual int OnFileOpen(const _bstr_t& path, ZAMLog* log) = 0;
   virtual int OnFileSave(const _bstr_t& path, ZAMLog* log) = 0;
 
-  /// Takes a step that opens, sets what IsOpened gives, and hands on the result. A result of 0, or
-  /// an exception, closes.
+  /// Calls `step`, which opens the object, and returns its result. Closes the object if the result
+  /// is 0 or `step` throws.
   int OpenOrClose(const std::function<int()>& step);
-  /// For the hooks: the file that was read or written. It counts when the operation succeeds; when
-  /// no hook says so, it is the one that the path leads to afterwards.
+  /// A hook calls this to tell which file it has read or written. Without it, the file is looked up
+  /// under its path afterwards.
   void NoteFile(std::shared_ptr<const zam::FileIdentity> file) noexcept;
-  /// Makes the path current, with the file that was noted.
+  /// Makes `path` current, together with the file of NoteFile.
   void MakeCurrent(CString path) noexcept;
-  /// For derived classes that become opened in a way of their own.
+  /// For a derived class that opens in a way of its own.
   void SetOpened(int opened) noexcept { m_nOpened = opened; }
-  /// Changes with every New, Open and Close (and what opens in a way of its own). An operation that
-  /// calls hooks compares it to learn whether a hook closed the object or put something else into
-  /// it.
+  /// Returns a number that changes with every New, Open and Close. An operation compares it before
+  /// and after a hook to learn whether the hook closed or replaced the object.
   unsigned int Session() const noexcept { return m_Session; }
 
 private:

@@ -8,9 +8,11 @@
 
 #include "zamxml/platform/export.h"
 
-/// A host module's store of XML resources, each under an integer identifier of which the low
-/// 16 bits count. Bytes are kept unchanged. Used by one thread at a time while resources are
-/// added; afterwards by any number of readers.
+/// The XML resources of a host module. Each has an integer identifier, of which the low 16 bits
+/// count. Keeps the bytes unchanged.
+///
+/// Thread safety: used by one thread at a time while resources are added, by any number of readers
+/// afterwards.
 class ZAMXML_API ZAMModule {
 public:
   ZAMModule();
@@ -18,15 +20,16 @@ public:
   ZAMModule& operator=(const ZAMModule&) = delete;
   ~ZAMModule();
 
-  /// Keeps a copy of the bytes under the identifier; an earlier resource of that identifier goes.
+  /// Copies the bytes into the store. Replaces an earlier resource of that identifier.
   void AddXmlResource(unsigned int identifier, std::string_view bytes);
 
-  /// The bytes under the identifier, or nothing. They live as long as the resource is not replaced.
+  /// Returns the bytes of the resource, or nothing if there is none. They are valid until the
+  /// resource is replaced.
   std::optional<std::string_view> FindXmlResource(unsigned int identifier) const;
 
 private:
   std::map<std::uint16_t, std::string> m_Resources;
 };
 
-/// A module handle: a pointer to a store that stays the host's.
+/// A module handle. The host owns the store.
 using HINSTANCE = const ZAMModule*;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <compare>
+#include <concepts>
 #include <cstddef>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
@@ -10,16 +12,24 @@
 class _bstr_t;
 class CString;
 
-/// A borrowed, nullable run of UTF-16 code units: how names, paths and texts that are only read are
-/// passed. It neither allocates nor owns; what it was made from must outlive the call.
+/// A file system path of the standard library, without its header.
+template <class Type>
+concept ZAMFilePath = requires(const Type& path) {
+  { path.u8string() } -> std::same_as<std::u8string>;
+  path.root_directory();
+};
+
+/// A view of UTF-16 code units, or null. Functions take names, paths and texts that they only read
+/// as a view. A view does not allocate or own: its source must outlive the call. UTF-8 has to be
+/// converted first: `xml.GetNode(_bstr_t("R/Name"))`.
 class ZAMXML_API ZAMTextView {
 public:
   constexpr ZAMTextView() noexcept = default;
   constexpr ZAMTextView(std::nullptr_t) noexcept {}
-  /// A null pointer gives a null text.
+  /// Views a zero-terminated text. A null pointer gives null.
   constexpr ZAMTextView(const char16_t* text) noexcept
       : m_Data(text), m_Length(text != nullptr ? std::char_traits<char16_t>::length(text) : 0) {}
-  /// Never null, also when the view is empty.
+  /// Views all units. Never null, even for an empty view.
   constexpr ZAMTextView(std::u16string_view text) noexcept
       : m_Data(text.data() != nullptr ? text.data() : u""), m_Length(text.size()) {}
   ZAMTextView(const std::u16string& text) noexcept : m_Data(text.data()), m_Length(text.size()) {}
@@ -27,9 +37,9 @@ public:
   ZAMTextView(const CString& text) noexcept;
 
   constexpr bool IsNull() const noexcept { return m_Data == nullptr; }
-  /// The number of code units; 0 for a null text.
+  /// Returns the number of code units; 0 for null.
   constexpr std::size_t length() const noexcept { return m_Length; }
-  /// The code units; empty for a null text.
+  /// Returns the code units; an empty view for null.
   constexpr std::u16string_view view() const noexcept {
     return m_Data != nullptr ? std::u16string_view(m_Data, m_Length) : std::u16string_view();
   }
@@ -39,27 +49,37 @@ private:
   std::size_t m_Length = 0;
 };
 
-/// A nullable text with value semantics: null, or an immutable run of UTF-16 code units that
-/// carries its length (a zero unit inside is kept).
+/// A text, or null. A text is an immutable run of UTF-16 code units that carries its length, so it
+/// may contain zero units. Copying is cheap: copies share the units.
 ///
-/// Copies share their units and the share count is atomic: copies of one text may be used, copied
-/// and destroyed by different threads at once; one object is used by one thread at a time.
-/// Where units cannot be allocated, _com_error with E_OUTOFMEMORY is raised and nothing changes.
+/// Thread safety: different threads may use, copy and destroy copies of one text at the same time.
+/// One object belongs to one thread at a time.
+///
+/// Raises _com_error (E_OUTOFMEMORY), with nothing changed, if memory runs out.
 class ZAMXML_API _bstr_t {
 public:
-  /// A null text.
+  /// Makes a null text.
   _bstr_t() noexcept = default;
   _bstr_t(std::nullptr_t) noexcept {}
-  /// A copy of a zero-terminated text; a null pointer gives a null text.
+  /// Copies a zero-terminated text. A null pointer gives a null text.
   _bstr_t(const char16_t* text);
-  /// The same from wide characters (UTF-16 or UTF-32, as wide as the platform's wchar_t).
+  /// Same for wide characters: UTF-16 or UTF-32, whichever wchar_t holds on this platform.
   _bstr_t(const wchar_t* text);
-  /// The same from UTF-8; bytes that are no UTF-8 become U+FFFD.
+  /// Same for UTF-8. Invalid bytes become U+FFFD.
   _bstr_t(const char* text);
-  /// A copy of all units; never null.
+  _bstr_t(const char8_t* text);
+  /// Copies all units. Never null.
   _bstr_t(std::u16string_view text);
   _bstr_t(const std::u16string& text);
-  /// A copy of the view, null when it is null.
+  /// Converts all UTF-8 bytes. Never null. Invalid bytes become U+FFFD.
+  _bstr_t(std::string_view text);
+  _bstr_t(const std::string& text);
+  _bstr_t(std::u8string_view text);
+  _bstr_t(const std::u8string& text);
+  /// Converts a std::filesystem::path. Never null.
+  template <ZAMFilePath Path>
+  _bstr_t(const Path& path) : _bstr_t(path.u8string()) {}
+  /// Copies the view. A null view gives a null text.
   explicit _bstr_t(ZAMTextView text);
   _bstr_t(const _bstr_t& other) noexcept;
   _bstr_t(_bstr_t&& other) noexcept;
@@ -67,33 +87,39 @@ public:
   _bstr_t& operator=(_bstr_t&& other) noexcept;
   ~_bstr_t();
 
-  /// A text from UTF-8 bytes; never null. Bytes that are no UTF-8 become U+FFFD.
+  /// Converts all UTF-8 bytes. Never null. Invalid bytes become U+FFFD.
   static _bstr_t FromUtf8(std::string_view bytes);
 
-  /// The number of code units; 0 for a null text.
+  /// Returns the number of code units; 0 for a null text.
   unsigned int length() const noexcept;
-  /// The zero-terminated units, or null for a null text. Valid as long as this text is not
-  /// assigned.
+  /// Returns the zero-terminated units, or null for a null text. Valid until this object is
+  /// assigned or destroyed.
   const char16_t* GetBSTR() const noexcept;
-  /// The units; empty for a null text. Valid as long as this text is not assigned.
+  /// Returns the units; an empty view for a null text. Valid until this object is assigned or
+  /// destroyed.
   std::u16string_view view() const noexcept;
-  /// The text in UTF-8; a lone surrogate becomes U+FFFD. Empty for a null text.
+  /// Returns the text in UTF-8; empty for a null text. A lone surrogate becomes U+FFFD.
   std::string utf8() const;
+  /// Same as a std::u8string, from which a std::filesystem::path can be made.
+  std::u8string u8string() const;
 
-  /// True for a null text (not for an empty one).
+  /// Returns true for a null text. An empty text is not null.
   bool operator!() const noexcept { return m_Units == nullptr; }
 
-  /// Appends; null only when both are null.
+  /// Appends. The result is null only if both are null.
   _bstr_t& operator+=(const _bstr_t& other);
   friend ZAMXML_API _bstr_t operator+(const _bstr_t& left, const _bstr_t& right);
 
-  /// Compare code unit by code unit; a null text equals an empty one.
+  /// Compares code unit by code unit. A null text equals an empty one.
   friend bool operator==(const _bstr_t& left, const _bstr_t& right) noexcept {
     return left.view() == right.view();
   }
   friend std::strong_ordering operator<=>(const _bstr_t& left, const _bstr_t& right) noexcept {
     return left.view() <=> right.view();
   }
+
+  /// Writes the text in UTF-8; nothing for a null text.
+  friend ZAMXML_API std::ostream& operator<<(std::ostream& stream, const _bstr_t& text);
 
 private:
   struct Units;
@@ -104,12 +130,15 @@ private:
   Units* m_Units = nullptr;
 };
 
-/// A mutable text of UTF-16 code units, never null. Used by one thread at a time; raises
-/// _com_error (E_OUTOFMEMORY), unchanged, when it cannot grow.
+/// A mutable string of UTF-16 code units. Never null.
+///
+/// Thread safety: used by one thread at a time.
+///
+/// Raises _com_error (E_OUTOFMEMORY), with nothing changed, if memory runs out.
 class ZAMXML_API CString {
 public:
   CString() noexcept;
-  /// Copies; a null text gives an empty string.
+  /// Copies. A null text gives an empty string.
   CString(const char16_t* text);
   CString(const _bstr_t& text);
   explicit CString(ZAMTextView text);
@@ -119,25 +148,27 @@ public:
   CString& operator=(CString&& other) noexcept;
   ~CString();
 
-  /// The number of code units.
+  /// Returns the number of code units.
   int GetLength() const noexcept;
   bool IsEmpty() const noexcept;
-  /// Makes it empty; the memory is kept.
+  /// Removes all units. Keeps the memory.
   void Empty() noexcept;
-  /// Makes room for that many code units in all, so that appending up to there allocates nothing.
+  /// Makes room for `length` code units in total. Appending up to that length does not allocate.
   void Reserve(int length);
 
-  /// The zero-terminated units. Valid until the string changes.
+  /// Returns the zero-terminated units. Valid until the string changes.
   const char16_t* GetString() const noexcept;
-  /// The units. Valid until the string changes.
+  /// Returns the units. Valid until the string changes.
   std::u16string_view view() const noexcept;
-  /// A copy as a text; never null.
+  /// Returns the string in UTF-8. A lone surrogate becomes U+FFFD.
+  std::string utf8() const;
+  /// Copies the string into a text. Never null.
   operator _bstr_t() const;
 
   CString& operator+=(ZAMTextView text);
   CString& operator+=(char16_t unit);
 
-  /// Compare code unit by code unit; a null text equals an empty string.
+  /// Compares code unit by code unit. A null text equals an empty string.
   friend bool operator==(const CString& left, const char16_t* right) noexcept {
     return left.view() == ZAMTextView(right).view();
   }
@@ -150,6 +181,9 @@ public:
   friend std::strong_ordering operator<=>(const CString& left, const CString& right) noexcept {
     return left.view() <=> right.view();
   }
+
+  /// Writes the string in UTF-8.
+  friend ZAMXML_API std::ostream& operator<<(std::ostream& stream, const CString& text);
 
 private:
   std::u16string m_Units;

@@ -5,35 +5,37 @@
 #include "zamxml/platform/export.h"
 #include "zamxml/platform/text.h"
 
-/// Small services of the platform. All may be called by several threads at once.
+/// Platform utilities.
+///
+/// Thread safety: any thread may call any of them at any time.
 class ZAMXML_API ZAMGF {
 public:
   ZAMGF() = delete;
 
-  /// An English sentence for an error code of this library; for any other code, one that names it.
+  /// Returns an English sentence that explains an error code of this library. For any other code,
+  /// the sentence names the code.
   static _bstr_t ZAMErrorString(int code);
 
-  /// A folder of the user's own inside the system's temporary directory, made when it is missing.
-  /// Only its owner can enter it (mode 0700), it belongs to the user of this process and is no
-  /// link. Null when no such folder can be had.
+  /// Returns the path of a private folder in the system's temporary directory. Creates the folder
+  /// if it is missing. The folder belongs to the user of this process, has mode 0700, and is not a
+  /// link. Returns null if no such folder can be created.
   static _bstr_t GetSystemTempDir();
 
-  /// A file name from the prefix, the local date and time, the process and a counter, the suffix,
-  /// and "." with the extension: prefix20261122_140709_PROCESS_COUNTERsuffix.extension. No two
-  /// calls on one machine give the same name.
+  /// Returns a file name that no other call on this machine returns:
+  /// prefix20261122_140709_PROCESS_COUNTERsuffix.extension, with the local date and time.
   static _bstr_t MakeDateTimeFileName(const _bstr_t& prefix, const _bstr_t& suffix,
                                       const _bstr_t& extension);
 
-  /// The name joined to the directory by exactly one separator. Null when either is empty.
+  /// Joins a directory and a name with exactly one separator. Returns null if either is empty.
   static _bstr_t MakePath(const _bstr_t& directory, const _bstr_t& name);
 
-  /// Deletes the file at the path; 1 when it is gone by this call, else 0. The flag is not used.
+  /// Deletes the file at `path`. Returns 1 if this call removed it, else 0. Ignores `flag`.
   static int DeleteFileW(const _bstr_t& path, int flag);
 
-  /// 1 on a host that stores the most significant byte first, else 0.
+  /// Returns 1 on a machine that stores the most significant byte first, else 0.
   static int IsHostBigEndian();
 
-  /// Reverses that many bytes in place and returns 1; 0, with nothing done, for a null pointer or a
-  /// count below 0.
+  /// Reverses `count` bytes in place and returns 1. Returns 0 and does nothing if `bytes` is null
+  /// or `count` is negative.
   static int InvertByte(unsigned char* bytes, int count);
 };

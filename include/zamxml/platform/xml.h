@@ -15,11 +15,12 @@ class FieldCursor;
 class Replacement;
 }  // namespace zam
 
-/// A counted handle to one element of a ZAMXml document; null means no element.
+/// A counted handle to one element of a ZAMXml document, or null.
 ///
-/// Copies refer to the same element. When the element is removed, or its document is closed,
-/// replaced by another or destroyed, every handle to it is dead: it counts as null and nothing is
-/// touched through it. A handle is used by the thread that uses its document.
+/// Copies refer to the same element. A handle becomes dead when its element is removed, or when the
+/// document is closed, replaced or destroyed. A dead handle behaves like null; using it is safe.
+///
+/// Thread safety: used by the thread that uses the document.
 class ZAMXML_API IXMLDOMNodePtr {
 public:
   IXMLDOMNodePtr() noexcept;
@@ -29,15 +30,15 @@ public:
   IXMLDOMNodePtr& operator=(IXMLDOMNodePtr) noexcept;
   ~IXMLDOMNodePtr();
 
-  /// True when there is an element behind the handle.
+  /// Returns true if the handle is neither null nor dead.
   explicit operator bool() const noexcept;
   bool operator!() const noexcept { return !static_cast<bool>(*this); }
-  /// True when both refer to the same element, or neither to any.
+  /// Returns true if both refer to the same element, or neither refers to any.
   friend ZAMXML_API bool operator==(const IXMLDOMNodePtr& left,
                                     const IXMLDOMNodePtr& right) noexcept;
 
-  /// Drops the reference and leaves the handle null. Raises _com_error (E_POINTER) when the handle
-  /// was null or dead.
+  /// Drops the reference; the handle is then null. Raises _com_error (E_POINTER) if the handle was
+  /// null or dead.
   void Release();
 
 private:
@@ -50,152 +51,160 @@ private:
 
 /// One XML document in memory.
 ///
-/// Opened is only well-formed XML 1.0 (fifth edition), without a document type declaration, nested
-/// at most 1,000 elements deep, with at most 1,000 attributes on one element and not longer than
-/// 2^31 - 1 bytes as UTF-8. Its encoding is UTF-8, UTF-16, or one that the declaration names and
-/// that the system's iconv knows (ISO-8859-1, EUC-KR, Shift_JIS, GB18030, windows-1252, ...); a
-/// byte that is not valid there is refused. Saved is always UTF-8. Content that no
-/// operation changes comes back as it was: comments, processing instructions, CDATA sections,
-/// foreign elements, the order of attributes, white space between elements. Elements that are added
-/// are indented in the style of the document.
+/// Files: Open accepts well-formed XML 1.0 (fifth edition) without a document type declaration, at
+/// most 1,000 elements deep, with at most 1,000 attributes per element, and at most 2^31 - 1 bytes
+/// long in UTF-8. The encoding may be UTF-8, UTF-16, or any that the XML declaration names and the
+/// system's iconv knows (ISO-8859-1, EUC-KR, Shift_JIS, GB18030, windows-1252, ...). Invalid bytes
+/// are refused. Saving always writes UTF-8. A save keeps everything that no operation has changed:
+/// comments, processing instructions, CDATA sections, foreign elements, the order of attributes,
+/// the white space between elements. New elements are indented like their neighbours.
 ///
-/// Names and paths: a path is element names joined by "/"; a name is a path of one step. A step
-/// that is no XML name is stored, and found again, under an escaped name: each UTF-16 unit that may
-/// not stand there as "_xHHHH_" (the convention of ISO/IEC 9075-14), an empty step as "_x_". From
-/// the 256th step on, the rest of a path counts as one step. The same holds for attribute names.
+/// Paths: a path is element names joined by "/". GetNode and AddNode take a path that begins with
+/// the name of the root element; all other operations take a path below a node. A name is a path
+/// of one step. A step that is not a valid XML name is stored and found under an escaped name: each
+/// invalid UTF-16 unit becomes "_xHHHH_" (the convention of ISO/IEC 9075-14), an empty step becomes
+/// "_x_". The rest of a path from the 256th step on counts as one step. Attribute names are escaped
+/// in the same way.
 ///
-/// Texts: what is set is what is read back, after a save as well, except units that XML cannot
-/// carry (control characters other than tab, line feed and carriage return, lone surrogates,
-/// U+FFFE, U+FFFF, zero): these are stored as U+FFFD and the log gets a warning. The text of an
-/// element is its own character data, text and CDATA sections joined; in an element that has child
-/// elements, white space between them is formatting and no text. A null text is stored like an
-/// empty one: an element without text.
+/// Texts: reading gives what was set, also after a save. The exception is a unit that XML cannot
+/// carry (a control character other than tab, line feed and carriage return, a lone surrogate,
+/// U+FFFE, U+FFFF, zero): it is stored as U+FFFD, and the log gets a warning. The text of an
+/// element is its own character data: its text and CDATA sections, joined. In an element with child
+/// elements, white space between them is formatting and not text. Null is stored like the empty
+/// text.
 ///
-/// Int results are 1 for success and 0 for failure. Indexes count from 0. Operations on a null or
-/// dead handle, or on a handle of another document, fail: 0, or a null handle. Adding and setting
-/// raise _com_error (E_OUTOFMEMORY) when memory runs out: a text or attribute is then what it was,
-/// and an element that was to be added may stand there without its text. The log keeps the last
-/// error only.
-/// Walking repeated children by index, and finding children by name, take constant time each; below
-/// a path of several steps, where a step before the last is repeated, each such element counts.
-/// One document and its handles are used by one thread at a time.
+/// Results: an int is 1 for success and 0 for failure. Indexes count from 0. An operation on a null
+/// or dead handle, or on a handle of another document, fails with 0 or a null handle. Adding and
+/// setting raise _com_error (E_OUTOFMEMORY) if memory runs out; a text or attribute is then
+/// unchanged, and a new element may be there without its text. The log keeps the last error only.
+///
+/// Performance: finding a child by name and walking repeated children by index take constant time
+/// per child. If a step before the last is repeated, each such element is visited.
+///
+/// Thread safety: a document and its handles are used by one thread at a time.
 class ZAMXML_API ZAMXml : public ZAMFile, public ZAMLog {
 public:
   ZAMXml();
   ~ZAMXml() override;
 
-  /// Loads a file beside what is held and puts it in its place only on success: all handles are
-  /// then dead. A failure leaves the document held, with its path, and records what and where
-  /// (line and column) in this log and the caller's.
+  /// Loads the file at `path` and replaces the current document with it. All handles are then dead.
+  /// Returns 0 and keeps the current document and its path if the file cannot be loaded; this log
+  /// and the caller's get the reason, with line and column.
   int Open(const _bstr_t& path, ZAMLog* log) override;
 
-  /// Adds the root element to a new document. 0 when there is one, or no document.
+  /// Adds the root element to a new document. Returns 0 if there is a root element already, or no
+  /// document.
   int CreateRoot(ZAMTextView name);
 
-  /// Makes this document a copy of the source, opened and without a path. A source that holds no
-  /// document, or no memory, gives 0 and leaves what is held.
+  /// Makes this document a copy of `source`. It is then open and has no path. Returns 0 and keeps
+  /// the current document if `source` has no document or memory runs out.
   int Copy(ZAMXml& source, ZAMLog* log);
 
-  /// Exchanges the documents, with their paths; handles follow them. The logs stay.
+  /// Exchanges two documents with their paths. Handles follow their document; the logs stay.
   void Swap(ZAMXml& other) noexcept;
 
-  /// How many steps on this document have run out of memory since it was constructed or
-  /// ForgetShortage was called. Unlike the log, it survives every later entry. Records swallow such
-  /// a failure; whoever starts reading or writing a whole document compares the count before and
-  /// after, and does not take a document that ran short for a whole one.
+  /// Returns how many steps on this document have run out of memory since construction or the last
+  /// ForgetShortage. A record that runs out of memory only logs it, and a later log entry replaces
+  /// that one. Compare this count before and after reading or writing a whole document: if it
+  /// differs, the document is incomplete.
   int RanOutOfMemory() const noexcept { return m_nShortages; }
-  /// Sets that count to 0.
+  /// Sets the count of RanOutOfMemory to 0.
   void ForgetShortage() noexcept { m_nShortages = 0; }
-  /// Adds 1 to that count, for code around the tree that catches E_OUTOFMEMORY or std::bad_alloc.
+  /// Adds 1 to the count of RanOutOfMemory. For code that reads or writes this document and catches
+  /// E_OUTOFMEMORY or std::bad_alloc.
   void ReportShortage() noexcept { ++m_nShortages; }
 
-  /// Sets a log that gets a copy of every later warning, or none with null, and returns the former.
-  /// The log stays the caller's and must outlive its use.
+  /// Sets a log that receives a copy of every later warning; null removes it. Returns the previous
+  /// one. The caller keeps ownership, and must remove the log before destroying it.
   ZAMLog* SetWarningLog(ZAMLog* log) noexcept;
 
-  /// Whether saving waits until the bytes are on the disk (1, as constructed) or leaves that to
-  /// the system (0: for files that live for a moment only). Returns what held before.
+  /// Sets whether saving waits until the bytes are on the disk: 1, the default, or 0 for a
+  /// short-lived file. Returns the previous value.
   int SetDurable(int durable) noexcept;
 
-  /// The index-th element, in document order, at a path that begins with the root's name. A null
-  /// handle when there is none; the log then says which path.
+  /// Returns the index-th element, in document order, at a path that begins with the root's name.
+  /// Returns a null handle and logs the path if there is none.
   IXMLDOMNodePtr GetNode(ZAMTextView path, int index = 0);
 
-  /// The root element, whatever its name; a null handle when there is none.
+  /// Returns the root element, whatever its name; a null handle if there is none.
   IXMLDOMNodePtr GetRootNode();
 
-  /// Adds the last step of the path as the last child of the element at the steps before it, with
-  /// that text, and returns it; a null handle, logged, when that parent is missing. The index is
-  /// not used: children stand in the order in which they are added.
+  /// Adds an element with the name of the last step as the last child of the element at the steps
+  /// before it, and returns it. The path begins with the root's name. Returns a null handle and
+  /// logs the path if the parent is missing. Ignores `index`.
   IXMLDOMNodePtr AddNode(ZAMTextView path, ZAMTextView text, int index = 0);
 
-  /// The index-th element below the node that matches the whole path, in document order.
+  /// Returns the index-th element below `node` that matches the whole path, in document order; a
+  /// null handle if there is none.
   IXMLDOMNodePtr GetChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, int index = 0);
 
-  /// Adds a child element after the existing ones, with that text, and returns it. Of a path the
-  /// missing steps are built first, then its last step is added. A null handle, logged, when the
-  /// new element would stand more than 1,000 deep. The index is not used.
+  /// Adds a child element after the existing ones and returns it. If `name` is a path, first
+  /// creates the missing steps, then adds the last one. Returns a null handle and logs the reason
+  /// if the new element would be more than 1,000 deep. Ignores `index`.
   IXMLDOMNodePtr AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
                               int index = 0);
 
-  /// The number of elements below the node that match the whole path.
+  /// Returns the number of elements below `node` that match the whole path.
   int GetNodeCount(const IXMLDOMNodePtr& node, ZAMTextView name);
 
-  /// The text of the index-th child of that name. A missing child gives 0 and the empty text.
+  /// Sets `text` to the text of the index-th child of that name. Returns 0 and sets the empty text
+  /// if there is no such child.
   int GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, _bstr_t& text, int index = 0);
   int GetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, CString& text, int index = 0);
-  /// Sets the text of that child; a missing child is created as the last one.
+  /// Sets the text of that child. Adds the child as the last one if it is missing.
   int SetChildNodeText(const IXMLDOMNodePtr& node, ZAMTextView name, ZAMTextView text,
                        int index = 0);
 
-  /// An attribute of the index-th child of that name. A missing child or attribute gives 0 and the
-  /// empty text.
+  /// Sets `value` to an attribute of the index-th child of that name. Returns 0 and sets the empty
+  /// text if there is no such child or attribute.
   int GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child, ZAMTextView attribute,
                             _bstr_t& value, int index = 0);
   int GetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child, ZAMTextView attribute,
                             CString& value, int index = 0);
-  /// Sets that attribute; a missing child is created as the last one.
+  /// Sets that attribute. Adds the child as the last one if it is missing.
   int SetChildNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView child, ZAMTextView attribute,
                             ZAMTextView value, int index = 0);
 
-  /// The text of the node itself.
+  /// Sets `text` to the text of the node itself.
   int GetNodeText(const IXMLDOMNodePtr& node, _bstr_t& text);
   int GetNodeText(const IXMLDOMNodePtr& node, CString& text);
-  /// Replaces the text of the node; its child elements stay where they stand.
+  /// Replaces the text of the node. Its child elements stay where they are.
   int SetNodeText(const IXMLDOMNodePtr& node, ZAMTextView text);
 
-  /// An attribute of the node itself. A missing attribute gives 0 and the empty text.
+  /// Sets `value` to an attribute of the node itself. Returns 0 and sets the empty text if there is
+  /// no such attribute.
   int GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, _bstr_t& value);
   int GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, CString& value);
   int SetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, ZAMTextView value);
 
-  /// Removes every child element of that name, with the white space that indented it. Handles to
-  /// them and to what is below them are dead.
+  /// Removes every child element of that name, together with its indentation. Handles to these
+  /// elements and to all elements below them are then dead.
   int RemoveChildNodeAll(const IXMLDOMNodePtr& node, ZAMTextView name);
-  /// Removes all that the node holds: child elements, texts, comments.
+  /// Removes everything inside the node: child elements, texts, comments.
   int RemoveChildNodeAll(const IXMLDOMNodePtr& node);
 
-  /// The first child element, or the next sibling element; a null handle when there is none.
+  /// Returns the first child element, or the next sibling element; a null handle if there is none.
   IXMLDOMNodePtr GetFirstChildNode(const IXMLDOMNodePtr& node);
   IXMLDOMNodePtr GetNextNode(const IXMLDOMNodePtr& node);
-  /// The element's name as it stands in the document; null for a null handle.
+  /// Returns the element's name as the document spells it; null for a null handle.
   _bstr_t GetNodeName(const IXMLDOMNodePtr& node);
   int GetAttributeCount(const IXMLDOMNodePtr& node);
-  /// Name and value of the index-th attribute; 0, with both unchanged, when there is none.
+  /// Sets `name` and `value` to the index-th attribute. Returns 0 and changes neither if there is
+  /// none.
   int GetAttribute(const IXMLDOMNodePtr& node, int index, _bstr_t& name, _bstr_t& value);
 
-  /// 1 when there is an element of this document behind the handle, else 0.
+  /// Returns 1 if the handle refers to an element of this document, else 0.
   int HasNode(const IXMLDOMNodePtr& node) const noexcept;
 
-  /// Where the node stands, for a reader: the names from the root on, joined by "/", each with its
-  /// index in brackets when siblings of that name stand before it ("256 or later" where counting on
-  /// would cost too much). Null for a null handle.
+  /// Returns the place of the node in a form for people: the names from the root on, joined by "/".
+  /// A name has its index in brackets if siblings of the same name precede it ("256 or later"
+  /// beyond that). Returns null for a null handle.
   _bstr_t GetNodePath(const IXMLDOMNodePtr& node);
 
-  /// 1 when the text is an XML name, which is stored as it is, 0 when it would be escaped.
+  /// Returns 1 if `name` is a valid XML name, 0 if it would be escaped.
   static int IsName(ZAMTextView name) noexcept;
 
-  /// Drops the reference and leaves the handle null; a null or dead handle is allowed.
+  /// Drops the reference; the handle is then null. Does nothing to a null or dead handle.
   static void SafeRelease(IXMLDOMNodePtr& node) noexcept;
 
 protected:
