@@ -98,7 +98,7 @@ protected:
   ZAMXml m_Xml;
 };
 
-TEST_F(Access, NeverWidensByASave) {
+TEST_F(Access, NeverWidens) {
   const Entries shared{{Entry::Owner, 6},
                        {Entry::User, 6, Doctor},
                        {Entry::OwnGroup, 0},
@@ -164,7 +164,7 @@ TEST_F(Access, NeverWidensByASave) {
   }
 }
 
-TEST_F(Access, AnotherUsersSaveKeepsTheGroupOrNarrows) {
+TEST_F(Access, OtherUserKeepsGroupOrNarrows) {
   const Entries list{{Entry::Owner, 6},
                      {Entry::User, 6, Nobody},
                      {Entry::OwnGroup, 4},
@@ -201,7 +201,7 @@ TEST_F(Access, AnotherUsersSaveKeepsTheGroupOrNarrows) {
   EXPECT_EQ(Status().st_gid, Clinic);
 }
 
-TEST_F(Access, ANewFileFollowsTheMask) {
+TEST_F(Access, NewFileFollowsMask) {
   fs::remove(Target());
   const mode_t mask = umask(027);
   EXPECT_EQ(Save(), 1);

@@ -33,7 +33,7 @@ private:
   }
 };
 
-TEST(File, AFailedOpenLeavesItClosed) {
+TEST(File, FailedOpenCloses) {
   for (const bool throws : {false, true}) {
     Recorder file;
     file.Open(u"a", nullptr);
@@ -51,7 +51,7 @@ TEST(File, AFailedOpenLeavesItClosed) {
   }
 }
 
-TEST(File, OperationsHandOnTheHooksResult) {
+TEST(File, HandsOnHookResults) {
   for (const int result : {7, -3}) {
     Recorder file;
     file.m_nResult = result;
@@ -64,7 +64,7 @@ TEST(File, OperationsHandOnTheHooksResult) {
   }
 }
 
-TEST(File, OnlyASuccessfulSaveAsMakesThePathCurrent) {
+TEST(File, SuccessfulSaveAsSetsPath) {
   Recorder file;
   EXPECT_EQ(file.New(nullptr), 1);
   EXPECT_EQ(file.Save(), 0);

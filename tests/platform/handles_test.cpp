@@ -35,7 +35,7 @@ void ExpectNoElement(ZAMXml& xml, const IXMLDOMNodePtr& handle) {
             0);
 }
 
-TEST(Handles, AreDeadWhenTheirElementIsGone) {
+TEST(Handles, DieWithTheirElement) {
   test::TemporaryFolder folder;
   test::WriteBytes(folder.Path("good.xml"), Document);
   ZAMXml source;
@@ -68,7 +68,7 @@ TEST(Handles, AreDeadWhenTheirElementIsGone) {
   }
 }
 
-TEST(Handles, OutliveTheirTree) {
+TEST(Handles, OutliveTree) {
   auto xml = std::make_unique<ZAMXml>();
   test::Load(*xml, Document);
   const IXMLDOMNodePtr handle = xml->GetNode(u"R/A");
@@ -77,7 +77,7 @@ TEST(Handles, OutliveTheirTree) {
   ExpectNoElement(other, handle);
 }
 
-TEST(Handles, StayAliveWhenAReplacementFails) {
+TEST(Handles, SurviveFailedReplacement) {
   ZAMXml xml;
   test::Load(xml, Document);
   const IXMLDOMNodePtr handle = xml.GetNode(u"R/A/B");
@@ -92,7 +92,7 @@ TEST(Handles, StayAliveWhenAReplacementFails) {
   EXPECT_EQ(text, _bstr_t(u"text"));
 }
 
-TEST(Handles, AreOnlyTakenByTheirOwnTree) {
+TEST(Handles, BelongToOneTree) {
   ZAMXml xml;
   ZAMXml other;
   test::Load(xml, Document);
@@ -107,7 +107,7 @@ TEST(Handles, AreOnlyTakenByTheirOwnTree) {
   EXPECT_EQ(test::Saved(xml), Document);
 }
 
-TEST(Handles, AreEqualForOneElementAndReleasedOnce) {
+TEST(Handles, EqualAndReleasedOnce) {
   ZAMXml xml;
   test::Load(xml, Document);
   IXMLDOMNodePtr first = xml.GetNode(u"R/A");

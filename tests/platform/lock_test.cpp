@@ -42,7 +42,7 @@ protected:
   test::TemporaryFolder m_Folder;
 };
 
-TEST_F(Lock, ExcludesEveryNameOfTheFile) {
+TEST_F(Lock, ExcludesEveryName) {
   fs::create_directory(m_Folder.Path("folder"));
   fs::create_symlink("../document.xml", m_Folder.Path("folder/up"));
   fs::create_directory_symlink(".", m_Folder.Path("again"));
@@ -72,7 +72,7 @@ TEST_F(Lock, ExcludesEveryNameOfTheFile) {
   }
 }
 
-TEST_F(Lock, LastsAcrossSavesAndFolders) {
+TEST_F(Lock, LastsAcrossSaves) {
   const fs::path before = fs::current_path();
   fs::current_path(m_Folder.Path(""));
   {

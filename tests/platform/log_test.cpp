@@ -27,7 +27,7 @@ void RecordThree(ZAMLog& log) {
   log.SetLog_Warring(ZAM_LOG_CATEGORY_XML, u"three", u"more", 5);
 }
 
-TEST(Log, TheOldestEntriesGoFirst) {
+TEST(Log, OldestGoFirst) {
   ZAMLog two(2);
   RecordThree(two);
   EXPECT_EQ(TextsOf(two), (std::vector<std::string>{"two", "three"}));
@@ -36,7 +36,7 @@ TEST(Log, TheOldestEntriesGoFirst) {
   EXPECT_EQ(TextsOf(tree), (std::vector<std::string>{"three"}));
 }
 
-TEST(Log, CopiesAppendAndReachTheTargetsLogger) {
+TEST(Log, CopyAppendsAndNotifies) {
   ZAMLog source;
   ZAMLog target(4);
   Listener listener;

@@ -48,7 +48,7 @@ void ExpectMatches(ZAMXml& xml, const IXMLDOMNodePtr& root, const char16_t* path
   }
 }
 
-TEST(Paths, TheIndexCountsMatchesOfTheWholePath) {
+TEST(Paths, IndexCountsWholePath) {
   std::mt19937 random(1);
   for (const int size : {3, 40, 100}) {
     std::string bytes = "<R><?a x?>";
@@ -79,7 +79,7 @@ TEST(Paths, TheIndexCountsMatchesOfTheWholePath) {
   }
 }
 
-TEST(Paths, AbsoluteOnesBeginWithTheRoot) {
+TEST(Paths, AbsoluteBeginsWithRoot) {
   ZAMXml xml;
   EXPECT_FALSE(xml.GetNode(u"R"));
   EXPECT_FALSE(xml.AddNode(u"R/a", nullptr));

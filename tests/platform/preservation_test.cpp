@@ -30,7 +30,7 @@ const char Rich[] =
     "  <L>\n    <I>1</I>\n    <I>2</I>\n  </L>\n<T>&amp;&lt;&gt;&#13;\n \xF0\x9F\x98\x80</T>\n"
     "</R>\n<!-- behind -->\n\n";
 
-TEST(Preservation, WhatIsOpenedIsSavedAsItWas) {
+TEST(Preservation, OpenAndSave) {
   for (const std::string original :
        {Rich, "<R/>", "<R/>\n", "<R> </R>", "<R>\n</R>", "<R><!----><a/><?x?></R>",
         "\n<R>a<b/>c<!-- x --><![CDATA[d]]></R>", "<R><![CDATA[]]></R>"}) {
@@ -51,7 +51,7 @@ TEST(Preservation, WhatIsOpenedIsSavedAsItWas) {
   }
 }
 
-TEST(Preservation, WhatIsAddedAndRemovedLeavesNoTrace) {
+TEST(Preservation, AddAndRemove) {
   const char16_t* const places[] = {u"R", u"R/P", u"R/h:S", u"R/E", u"R/L", u"R/L/I", u"R/T"};
   for (const std::string original :
        {Rich, "<R/>", "<R>\n</R>", "<R> </R>", "<R>\n  <L/>\n</R>", "<R>\n\t<L>\n\t</L>\n</R>",
@@ -75,7 +75,7 @@ TEST(Preservation, WhatIsAddedAndRemovedLeavesNoTrace) {
   }
 }
 
-TEST(Preservation, ARewrittenListLooksAsBefore) {
+TEST(Preservation, RewrittenList) {
   for (const char* original :
        {"<R>\n  <L>\n    <I>1</I>\n    <I>2</I>\n  </L>\n</R>\n", "<R><L><I>1</I><I>2</I></L></R>",
         "<R>\n<L>\n\t\t\t<I>1</I>\n\t\t\t<I>2</I>\n</L></R>",
@@ -90,7 +90,7 @@ TEST(Preservation, ARewrittenListLooksAsBefore) {
   }
 }
 
-TEST(Preservation, AdditionsAreIndentedInTheDocumentsStyle) {
+TEST(Preservation, AdditionsAreIndented) {
   const auto with = [](const std::string& line, const std::string& unit) {
     return "<R>" + line + unit + "<Old/>" + line + unit + "<New>" + line + unit + unit +
            "<A>1</A>" + line + unit + unit + "<B/>" + line + unit + "</New>" + line + "</R>";

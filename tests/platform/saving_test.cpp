@@ -19,9 +19,9 @@ using test::Call;
 const char Old[] = "<R>the old document</R>";
 const char New[] = "<R>the new document</R>";
 
-class SavingTest : public testing::Test {
+class Saving : public testing::Test {
 protected:
-  SavingTest() {
+  Saving() {
     test::WriteBytes(Target(), Old);
     test::Load(m_Xml, New);
   }
@@ -50,7 +50,7 @@ protected:
   ZAMLog m_Log;
 };
 
-TEST_F(SavingTest, AnyFailingCallLeavesOneWholeFile) {
+TEST_F(Saving, FailingCallLeavesWholeFile) {
   const struct {
     Call m_Call;
     int m_Error;
@@ -93,7 +93,7 @@ TEST_F(SavingTest, AnyFailingCallLeavesOneWholeFile) {
   }
 }
 
-TEST_F(SavingTest, AFailedSaveLeavesWhatAnotherHasSavedMeanwhile) {
+TEST_F(Saving, FailureKeepsOthersSave) {
   ZAMXml other;
   test::Load(other, "<R>another document</R>");
   for (const bool replacing : {true, false}) {
@@ -111,7 +111,7 @@ TEST_F(SavingTest, AFailedSaveLeavesWhatAnotherHasSavedMeanwhile) {
   }
 }
 
-TEST_F(SavingTest, InterruptedAndShortWritesGoOn) {
+TEST_F(Saving, ShortWritesGoOn) {
   for (const int error : {EINTR, 0}) {
     test::WriteBytes(Target(), Old);
     const test::FailingCall failing(Call::Write, 1, error);
@@ -121,7 +121,7 @@ TEST_F(SavingTest, InterruptedAndShortWritesGoOn) {
   }
 }
 
-TEST_F(SavingTest, OnlyDurableSavesWaitForTheDisk) {
+TEST_F(Saving, DurableFlushes) {
   m_Xml.SetDurable(0);
   const test::FailingCall failing(Call::Fsync, 1, EIO);
   EXPECT_EQ(SaveTo(Target()), 1);
@@ -130,7 +130,7 @@ TEST_F(SavingTest, OnlyDurableSavesWaitForTheDisk) {
   EXPECT_EQ(SaveTo(Target()), 0);
 }
 
-TEST_F(SavingTest, WhatCannotBeReplacedIsRefusedAndStays) {
+TEST_F(Saving, RefusedTargets) {
   fs::create_directory(m_Folder.Path("folder"));
   fs::create_symlink("loop", m_Folder.Path("loop"));
   fs::create_symlink("missing/x.xml", m_Folder.Path("nowhere"));
@@ -164,7 +164,7 @@ TEST_F(SavingTest, WhatCannotBeReplacedIsRefusedAndStays) {
   EXPECT_EQ(test::ReadBytes(Target()), Old);
 }
 
-TEST_F(SavingTest, ReadOnlyTargetsAreRefused) {
+TEST_F(Saving, ReadOnlyTargets) {
   fs::permissions(Target(), fs::perms(0444));
   fs::permissions(m_Folder.Path(""), fs::perms(0777));
   EXPECT_EQ(test::Unprivileged([this] {
@@ -179,7 +179,7 @@ TEST_F(SavingTest, ReadOnlyTargetsAreRefused) {
   EXPECT_EQ(Names(), std::set<std::string>{"target.xml"});
 }
 
-TEST_F(SavingTest, LinksStayLinks) {
+TEST_F(Saving, LinksStayLinks) {
   fs::create_directory(m_Folder.Path("folder"));
   const struct {
     const char* m_Link;
@@ -200,7 +200,7 @@ TEST_F(SavingTest, LinksStayLinks) {
   }
 }
 
-TEST_F(SavingTest, APathMayBeRelativeAndOfAnyScript) {
+TEST_F(Saving, RelativePathOfAnyScript) {
   const fs::path before = fs::current_path();
   fs::current_path(m_Folder.Path(""));
   EXPECT_EQ(m_Xml.SaveAs(u"\uAE40 \U0001F600.xml", nullptr), 1);

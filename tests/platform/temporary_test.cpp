@@ -17,14 +17,14 @@ namespace {
 namespace fs = std::filesystem;
 
 /// The system's temporary directory is a folder of the test's own.
-class TemporaryFilesTest : public testing::Test {
+class Temporary : public testing::Test {
 protected:
-  TemporaryFilesTest() {
+  Temporary() {
     const char* known = std::getenv("TMPDIR");
     m_Before = known != nullptr ? known : "";
     setenv("TMPDIR", m_Folder.Path("").c_str(), 1);
   }
-  ~TemporaryFilesTest() override {
+  ~Temporary() override {
     m_Before.empty() ? unsetenv("TMPDIR") : setenv("TMPDIR", m_Before.c_str(), 1);
   }
 
@@ -40,7 +40,7 @@ void ExpectPrivate(const fs::path& folder) {
   EXPECT_EQ(status.st_uid, geteuid());
 }
 
-TEST_F(TemporaryFilesTest, TheFolderIsTheUsersOwn) {
+TEST_F(Temporary, FolderIsPrivate) {
   const mode_t mask = umask(0);
   const fs::path folder = ZAMGF::GetSystemTempDir().utf8();
   umask(mask);
@@ -49,7 +49,7 @@ TEST_F(TemporaryFilesTest, TheFolderIsTheUsersOwn) {
   EXPECT_EQ(ZAMGF::GetSystemTempDir().utf8(), folder);
 }
 
-TEST_F(TemporaryFilesTest, AFolderThatOthersCanEnterOrOwnIsNotUsed) {
+TEST_F(Temporary, PlantedFolderIsNotUsed) {
   const fs::path usual = ZAMGF::GetSystemTempDir().utf8();
   fs::create_directory(m_Folder.Path("trap"));
   fs::permissions(m_Folder.Path("trap"), fs::perms(0700));
@@ -85,7 +85,7 @@ TEST_F(TemporaryFilesTest, AFolderThatOthersCanEnterOrOwnIsNotUsed) {
   EXPECT_TRUE(!ZAMGF::GetSystemTempDir());
 }
 
-TEST_F(TemporaryFilesTest, NamesAreUniqueAcrossThreadsAndProcesses) {
+TEST_F(Temporary, NamesAreUnique) {
   std::vector<std::vector<std::string>> names(4);
   std::vector<std::thread> threads;
   for (auto& own : names) {
@@ -106,7 +106,7 @@ TEST_F(TemporaryFilesTest, NamesAreUniqueAcrossThreadsAndProcesses) {
   EXPECT_NE(all.begin()->find('_' + std::to_string(getpid()) + '_'), std::string::npos);
 }
 
-TEST_F(TemporaryFilesTest, PathsAreJoinedAndFilesDeleted) {
+TEST_F(Temporary, PathsAndDeletion) {
   EXPECT_EQ(ZAMGF::MakePath(u"a", u"b"), _bstr_t(u"a/b"));
   EXPECT_TRUE(!ZAMGF::MakePath(u"", u"b"));
   const fs::path file = m_Folder.Path("file");

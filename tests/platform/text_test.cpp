@@ -12,7 +12,7 @@ namespace {
 using std::string_literals::operator""s;
 using std::string_view_literals::operator""sv;
 
-TEST(Text, NullAndEmptyAreEqualButNotTheSame) {
+TEST(Text, NullAndEmpty) {
   const _bstr_t null;
   const _bstr_t empty(u"");
   EXPECT_EQ(null.GetBSTR(), nullptr);
@@ -31,7 +31,7 @@ TEST(Text, NullAndEmptyAreEqualButNotTheSame) {
   EXPECT_FALSE(!(null + empty));
 }
 
-TEST(Text, CarriesItsLengthAndSharesNoChange) {
+TEST(Text, CopiesShareNoChange) {
   _bstr_t text(u"a\0b"sv);
   const _bstr_t copy(text);
   text += text;
@@ -42,7 +42,7 @@ TEST(Text, CarriesItsLengthAndSharesNoChange) {
   EXPECT_EQ(string.view(), text.view());
 }
 
-TEST(Text, BadUnitsAndBytesBecomeReplacementCharacters) {
+TEST(Text, BadUnitsAreReplaced) {
   const struct {
     std::string m_Bytes;
     std::u16string m_Units;
@@ -71,7 +71,7 @@ TEST(Text, BadUnitsAndBytesBecomeReplacementCharacters) {
   EXPECT_EQ(_bstr_t("\xC3\xA9").view(), u"\u00E9");
 }
 
-TEST(Text, CopiesMayBeUsedByThreadsAtOnce) {
+TEST(Text, ThreadsShareCopies) {
   const _bstr_t shared(u"shared by all");
   std::vector<std::thread> threads;
   std::vector<std::size_t> wrong(4);
@@ -113,7 +113,7 @@ TEST(Memory, TextsStay) {
   }
 }
 
-TEST(Array, RefusesIndexesOutsideIt) {
+TEST(Array, RefusesBadIndexes) {
   ZAMArray<int> array;
   EXPECT_THROW(array.GetAt(0), CInvalidArgException);
   array.Add(7);

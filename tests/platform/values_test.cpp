@@ -38,7 +38,7 @@ void ExpectEverywhere(ZAMXml& xml, const _bstr_t& text, const char* when) {
   }
 }
 
-TEST(Values, AreReadBackAsTheyWereSet) {
+TEST(Values, RoundTrip) {
   const std::vector<std::u16string> texts = {u"",
                                              u" ",
                                              u"\n",
@@ -94,7 +94,7 @@ TEST(Values, AreReadBackAsTheyWereSet) {
   }
 }
 
-TEST(Values, MayHaveManyMegabytes) {
+TEST(Values, ManyMegabytes) {
   const std::u16string text = u"\r]]>\U0001F600 " + std::u16string(5 << 20, u'x') + u"]]>\r";
   ZAMXml xml;
   test::Load(xml, Holders);
@@ -108,7 +108,7 @@ TEST(Values, MayHaveManyMegabytes) {
   EXPECT_TRUE(AttributeOf(xml, u"leaf", u"x").view() == text);
 }
 
-TEST(Values, ATextThatIsPutBackComesBackByteForByte) {
+TEST(Values, RestoredTextKeepsBytes) {
   for (const char* original :
        {"<R><p>a<b/>c<!-- x --><![CDATA[d]]></p></R>", "<R><p><![CDATA[d]]></p></R>",
         "<R><p>a<!-- x -->b</p></R>", "<R><p>see <b>x</b> <i>y</i></p></R>", "<R><p/></R>",
@@ -129,7 +129,7 @@ TEST(Values, ATextThatIsPutBackComesBackByteForByte) {
   }
 }
 
-TEST(Values, StayTheSameWhenTheirNeighboursGo) {
+TEST(Values, SurviveRemovedNeighbours) {
   const struct {
     const char* m_Document;
     const char16_t* m_Removed;
@@ -155,7 +155,7 @@ TEST(Values, StayTheSameWhenTheirNeighboursGo) {
   }
 }
 
-TEST(Values, APutBackTextDoesNotTakeInWhiteSpace) {
+TEST(Values, RestoredTextTakesNoWhiteSpace) {
   ZAMXml xml;
   test::Load(xml, "<R><p><b/>a<c/>\n<d/></p></R>");
   const IXMLDOMNodePtr holder = xml.GetNode(u"R/p");
@@ -168,7 +168,7 @@ TEST(Values, APutBackTextDoesNotTakeInWhiteSpace) {
   EXPECT_EQ(TextOf(xml, u"p"), _bstr_t(u"a"));
 }
 
-TEST(Values, MissingOnesReadAsEmptyAndNullIsNoText) {
+TEST(Values, MissingAndNull) {
   ZAMXml xml;
   test::Load(xml, "<R a=\"\"/>");
   const IXMLDOMNodePtr root = xml.GetNode(u"R");
@@ -189,7 +189,7 @@ TEST(Values, MissingOnesReadAsEmptyAndNullIsNoText) {
   EXPECT_EQ(test::Saved(xml), "<R a=\"\"><null/><made><deep>t</deep></made><with a=\"v\"/></R>");
 }
 
-TEST(Values, UnitsThatXmlCannotCarryAreReplacedWithAWarning) {
+TEST(Values, UnstorableUnitsAreReplaced) {
   const struct {
     std::u16string m_Text;
     std::u16string m_Stored;
@@ -219,7 +219,7 @@ TEST(Values, UnitsThatXmlCannotCarryAreReplacedWithAWarning) {
   }
 }
 
-TEST(Names, ThatAreNoneAreStoredEscapedAndFoundAgain) {
+TEST(Names, EscapedAndFoundAgain) {
   const struct {
     std::u16string m_Name;
     const char* m_Stored;
@@ -269,7 +269,7 @@ TEST(Names, ThatAreNoneAreStoredEscapedAndFoundAgain) {
   }
 }
 
-TEST(Names, AreThoseThatTheParserTakes) {
+TEST(Names, AgreeWithTheParser) {
   const auto tag = [](char32_t point, const char16_t* before) {
     const std::u16string pair = {static_cast<char16_t>(0xD7C0 + (point >> 10)),
                                  static_cast<char16_t>(0xDC00 + (point & 0x3FF))};
@@ -304,7 +304,7 @@ TEST(Names, AreThoseThatTheParserTakes) {
   EXPECT_EQ(ZAMXml::IsName(nullptr), 0);
 }
 
-TEST(Names, PathsOfAnyLengthAndKindStayOpenable) {
+TEST(Names, LongPathsStayOpenable) {
   const auto repeated = [](const std::u16string& step, int count) {
     std::u16string path = step;
     for (int i = 1; i < count; ++i) {
@@ -326,7 +326,7 @@ TEST(Names, PathsOfAnyLengthAndKindStayOpenable) {
   }
 }
 
-TEST(Names, NothingIsAddedTooDeepToBeOpenedAgain) {
+TEST(Names, DepthIsBounded) {
   ZAMXml xml;
   test::Load(xml, "<R/>");
   IXMLDOMNodePtr node = xml.GetNode(u"R");

@@ -1,9 +1,4 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
-#include <algorithm>
 #include <exception>
-#include <sstream>
 #include <string>
 
 #include "failure.h"
@@ -23,80 +18,6 @@ constexpr const char* Footer =
     "Exit code: 0 fine, 1 a finding (invalid, different, in conflict), 2 wrong usage, a file that\n"
     "cannot be read or written, or too little memory.";
 
-/// What the user gave in the place of a verb, when it is none: the parser only says that something
-/// is missing.
-std::string UnknownVerb(CLI::App& app, int argc, char** argv) {
-  const std::string first = argc < 2 ? "" : argv[1];
-  const auto isFirst = [&](const CLI::App* verb) { return verb->get_name() == first; };
-  if (first.empty()) {
-    return "no verb is given";
-  }
-  return first[0] == '-' || !app.get_subcommands(isFirst).empty()
-             ? ""
-             : first + ": there is no such verb";
-}
-
-template <class Kind>
-bool Is(const CLI::ParseError& error) {
-  return dynamic_cast<const Kind*>(&error) != nullptr;
-}
-
-/// The parser's error in this program's words.
-std::string PlainWords(const CLI::ParseError& error) {
-  const std::string what = error.what();
-  const auto colon = std::min(what.find(": "), what.size());
-  const std::string option = what.substr(0, colon);
-  const std::string rest = colon < what.size() ? what.substr(colon + 2) : "";
-  if (Is<CLI::RequiredError>(error)) {
-    return what.substr(0, what.rfind(" is required")) + ": it is missing";
-  }
-  if (Is<CLI::ArgumentMismatch>(error)) {
-    return option + (rest.find("At Most") == 0 ? ": it is given twice" : ": its value is missing");
-  }
-  if (Is<CLI::ConversionError>(error)) {
-    return rest.substr(0, rest.find(" = ")) + ": it cannot take this value";
-  }
-  return Is<CLI::ExtrasError>(error) ? rest + ": it is not expected here" : what;
-}
-
-[[noreturn]] void RefuseUsage(CLI::App& app, const std::string& what) {
-  const auto verbs = app.get_subcommands();
-  const std::string verb = verbs.empty() ? "" : verbs.front()->get_name() + ' ';
-  throw Failure("", what, "\"zamxml " + verb + "--help\" tells more");
-}
-
-/// Reads the command line: what is to run.
-VerbRun Parse(int argc, char** argv) {
-  CLI::App app("Examination documents and their recorded history", "zamxml");
-  app.set_version_flag("--version", "zamxml " ZAMXML_VERSION);
-  app.require_subcommand(1);
-  app.footer(Footer);
-  VerbRun run;
-  for (const auto add : {AddNew, AddShow, AddLog, AddDiff, AddBlame, AddAmend, AddRevert, AddCheck,
-                         AddExport, AddImport}) {
-    add(app, run);
-  }
-  app.get_formatter()->label("SUBCOMMAND", "VERB");
-  for (CLI::App* verb : app.get_subcommands({})) {
-    verb->group("Verbs");
-  }
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-      std::ostringstream text;
-      app.exit(error, text, text);
-      return [help = text.str()] {
-        Deliver(help);
-        return ExitFine;
-      };
-    }
-    const std::string unknown = UnknownVerb(app, argc, argv);
-    RefuseUsage(app, unknown.empty() ? PlainWords(error) : unknown);
-  }
-  return run;
-}
-
 /// A short memory makes other reasons look like the cause.
 int Report(const std::string& what, int exitCode) {
   RequireMemory();
@@ -106,7 +27,12 @@ int Report(const std::string& what, int exitCode) {
 
 int Run(int argc, char** argv) {
   try {
-    const VerbRun run = Parse(argc, argv);
+    CommandLine line("Examination documents and their recorded history", Footer);
+    for (const auto add : {AddNew, AddShow, AddLog, AddDiff, AddBlame, AddAmend, AddRevert,
+                           AddCheck, AddExport, AddImport}) {
+      add(line);
+    }
+    const VerbRun run = line.Parse(argc, argv);
     RequireMemory();
     return run();
   } catch (const Failure& failure) {

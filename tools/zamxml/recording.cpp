@@ -230,21 +230,21 @@ int SaveAndReport(Document& document, const std::string& path, const std::string
 
 }  // namespace
 
-void AddRecordingOptions(CLI::App& verb, RecordingOptions& options) {
-  verb.add_option("FILE", options.m_File, "The document")->required();
-  verb.add_option("--user", options.m_UserID, "Identifier of the user")->required();
-  verb.add_option("--user-name", options.m_UserName, "Name of the user")->required();
-  verb.add_option("--uid", options.m_UID, "Identifier of the modification; fresh if not given");
-  verb.add_option("--code", options.m_Code,
-                  "Code of the changes, for the library; no document stores it");
-  verb.add_option("-o,--output", options.m_Output, "Write there and leave FILE as it is");
-  verb.add_flag("--force", options.m_Force, "Let --output replace a file");
-  verb.add_flag("-n,--dry-run", options.m_DryRun, "Show what would be recorded, write nothing");
+void AddRecordingOptions(Verb verb, RecordingOptions& options) {
+  verb.Text("FILE", options.m_File, "The document", Presence::Required);
+  verb.Text("--user", options.m_UserID, "Identifier of the user", Presence::Required);
+  verb.Text("--user-name", options.m_UserName, "Name of the user", Presence::Required);
+  verb.Text("--uid", options.m_UID, "Identifier of the modification; fresh if not given");
+  verb.Text("--code", options.m_Code,
+            "Code of the changes, for the library; no document stores it");
+  verb.Text("-o,--output", options.m_Output, "Write there and leave FILE as it is");
+  verb.Flag("--force", options.m_Force, "Let --output replace a file");
+  verb.Flag("-n,--dry-run", options.m_DryRun, "Show what would be recorded, write nothing");
   AddWaitOption(verb, options.m_Wait);
-  verb.add_flag("--change-document-id", options.m_ChangeDocumentID,
-                "Let DocumentInfo/ID be changed: a host of another kind then builds the document "
-                "anew when it saves it, and sections that it does not know are lost");
-  verb.add_flag("--json", options.m_Json, "Print JSON");
+  verb.Flag("--change-document-id", options.m_ChangeDocumentID,
+            "Let DocumentInfo/ID be changed: a host of another kind then builds the document "
+            "anew when it saves it, and sections that it does not know are lost");
+  verb.Flag("--json", options.m_Json, "Print JSON");
 }
 
 int RecordModification(const std::string& verb, const RecordingOptions& options,

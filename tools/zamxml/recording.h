@@ -1,6 +1,5 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,7 +22,7 @@ struct RecordingOptions : TargetOptions {
   bool m_Json = false;
 };
 
-void AddRecordingOptions(CLI::App& verb, RecordingOptions& options);
+void AddRecordingOptions(Verb verb, RecordingOptions& options);
 
 /// Opens the document under a lock, records the edits that the function gives for it as one
 /// modification, saves, and prints what was recorded. Edits that change nothing are left out; when

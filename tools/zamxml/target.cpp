@@ -2,8 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <cstdlib>
-
 #include "failure.h"
 #include "text.h"
 
@@ -13,12 +11,6 @@ constexpr double LongestWait = 3600;
 
 ZAMFileLock* held = nullptr;
 
-std::string CheckWait(const std::string& text) {
-  char* end = nullptr;
-  const double seconds = std::strtod(text.c_str(), &end);
-  return *end == '\0' && seconds >= 0 && seconds <= LongestWait ? "" : "it is 0 to 3600 seconds";
-}
-
 bool Exists(const std::string& path) {
   struct stat existing {};
   return ::lstat(path.c_str(), &existing) == 0;
@@ -26,14 +18,12 @@ bool Exists(const std::string& path) {
 
 }  // namespace
 
-void AddWaitOption(CLI::App& verb, double& seconds) {
-  verb.add_option("--wait", seconds, "Seconds to wait for another zamxml")
-      ->check(CheckWait)
-      ->capture_default_str();
+void AddWaitOption(Verb verb, double& seconds) {
+  verb.Number("--wait", seconds, 0, LongestWait, "Seconds to wait for another zamxml");
 }
 
-void AddTargetOptions(CLI::App& verb, TargetOptions& options) {
-  verb.add_flag("--force", options.m_Force, "Replace a file that exists");
+void AddTargetOptions(Verb verb, TargetOptions& options) {
+  verb.Flag("--force", options.m_Force, "Replace a file that exists");
   AddWaitOption(verb, options.m_Wait);
 }
 

@@ -2,8 +2,9 @@
 
 #include <ZAMXMLData.h>
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include "command_line.h"
 
 /// The file that a verb writes.
 
@@ -13,8 +14,8 @@ struct TargetOptions {
   double m_Wait = 10;  ///< seconds
 };
 
-void AddTargetOptions(CLI::App& verb, TargetOptions& options);
-void AddWaitOption(CLI::App& verb, double& seconds);
+void AddTargetOptions(Verb verb, TargetOptions& options);
+void AddWaitOption(Verb verb, double& seconds);
 
 /// Keeps every other holder of a lock away from a path, whether there is a file or not. Failure
 /// when another holds it longer than the wait, in seconds.

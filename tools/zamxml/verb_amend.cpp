@@ -1,4 +1,3 @@
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,28 +44,17 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddAmend(CLI::App& app, VerbRun& run) {
-  // How many texts one --statements takes; without a bound the parser would split "[a,b]".
-  constexpr int MaximumStatements = 1000;
-
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand("amend", "Record one modification of any number of changes");
-  AddRecordingOptions(*verb, *options);
-  verb->add_option("--set", options->m_Set, "A text: PATH[@ATTR]=VALUE; may be repeated")
-      ->allow_extra_args(false);
-  verb->add_option("--name", options->m_Names,
-                   "A name: PATH=FULL^FAMILY^GIVEN^MIDDLE^PREFIX^SUFFIX; may be repeated")
-      ->allow_extra_args(false);
-  verb->add_option_function<std::vector<std::string>>(
-          "--statements",
-          [options](const std::vector<std::string>& texts) {
-            options->m_Statements.push_back(texts);
-          },
-          "A list: PATH=TEXT and more texts; may be repeated")
-      ->trigger_on_parse()
-      ->expected(1, MaximumStatements)
-      ->allow_extra_args(false);
-  verb->add_option("--from", options->m_From, "Changes from a JSON file; - is the standard input");
-  verb->add_flag("--create", options->m_Create, "Let changes add elements and attributes");
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddAmend(CommandLine& line) {
+  line.Add("amend", "Record one modification of any number of changes", Run,
+           [](Verb verb, Options& options) {
+             AddRecordingOptions(verb, options);
+             verb.Texts("--set", options.m_Set, "A text: PATH[@ATTR]=VALUE; may be repeated");
+             verb.Texts("--name", options.m_Names,
+                        "A name: PATH=FULL^FAMILY^GIVEN^MIDDLE^PREFIX^SUFFIX; may be repeated");
+             verb.TextLists("--statements", options.m_Statements,
+                            "A list: PATH=TEXT and more texts; may be repeated");
+             verb.Text("--from", options.m_From,
+                       "Changes from a JSON file; - is the standard input");
+             verb.Flag("--create", options.m_Create, "Let changes add elements and attributes");
+           });
 }

@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -96,11 +95,11 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddBlame(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand("blame", "Show which modification set each value last");
-  verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_option("PATH", options->m_Paths, "Only these values: PATH[@ATTR]");
-  verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddBlame(CommandLine& line) {
+  line.Add("blame", "Show which modification set each value last", Run,
+           [](Verb verb, Options& options) {
+             verb.Text("FILE", options.m_File, "The document", Presence::Required);
+             verb.Texts("PATH", options.m_Paths, "Only these values: PATH[@ATTR]");
+             verb.Flag("--json", options.m_Json, "Print JSON");
+           });
 }

@@ -5,7 +5,6 @@
 #include <charconv>
 #include <exception>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -141,15 +140,6 @@ Json ToJson(const std::string& file, const Finding& finding) {
   return json;
 }
 
-std::string CheckJobs(const std::string& text) {
-  unsigned int jobs = 0;
-  const char* end = text.data() + text.size();
-  const auto [stopped, error] = std::from_chars(text.data(), end, jobs);
-  return stopped == end && error == std::errc() && jobs >= 1 && jobs <= MaximumJobs
-             ? ""
-             : fmt::format("it is 1 to {}", MaximumJobs);
-}
-
 int Run(const Options& options) {
   std::vector<Target> targets = TargetsOf(options);
   RequireMemory();
@@ -180,14 +170,14 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddCheck(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand("check", "Prove documents and their history; silent if fine");
-  verb->add_option("FILE", options->m_Files, "Documents, or folders with -r")->required();
-  verb->add_flag("-r,--recursive", options->m_Recursive, "Check every .xml file in folders");
-  verb->add_option("-j,--jobs", options->m_Jobs, "Documents looked at side by side")
-      ->check(CheckJobs)
-      ->capture_default_str();
-  verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddCheck(CommandLine& line) {
+  line.Add("check", "Prove documents and their history; silent if fine", Run,
+           [](Verb verb, Options& options) {
+             verb.Texts("FILE", options.m_Files, "Documents, or folders with -r",
+                        Presence::Required);
+             verb.Flag("-r,--recursive", options.m_Recursive, "Check every .xml file in folders");
+             verb.Number("-j,--jobs", options.m_Jobs, 1, MaximumJobs,
+                         "Documents looked at side by side");
+             verb.Flag("--json", options.m_Json, "Print JSON");
+           });
 }

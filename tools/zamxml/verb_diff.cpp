@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -125,15 +124,14 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddDiff(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand(
-      "diff", "Compare two positions of a document (FILE A B), or two files (FILE A)");
-  verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_option("A", options->m_Second,
-                   "A position; alone, the other file: last states are compared")
-      ->required();
-  verb->add_option("B", options->m_Third, "The other position");
-  verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddDiff(CommandLine& line) {
+  line.Add("diff", "Compare two positions of a document (FILE A B), or two files (FILE A)", Run,
+           [](Verb verb, Options& options) {
+             verb.Text("FILE", options.m_File, "The document", Presence::Required);
+             verb.Text("A", options.m_Second,
+                       "A position; alone, the other file: last states are compared",
+                       Presence::Required);
+             verb.Text("B", options.m_Third, "The other position");
+             verb.Flag("--json", options.m_Json, "Print JSON");
+           });
 }

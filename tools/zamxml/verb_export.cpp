@@ -1,4 +1,3 @@
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -73,13 +72,11 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddExport(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb =
-      app.add_subcommand("export", "Print a document and its history as one JSON document");
-  verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_option("--at", options->m_At,
-                   "The content at this position, and the modifications after it")
-      ->capture_default_str();
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddExport(CommandLine& line) {
+  line.Add("export", "Print a document and its history as one JSON document", Run,
+           [](Verb verb, Options& options) {
+             verb.Text("FILE", options.m_File, "The document", Presence::Required);
+             verb.Text("--at", options.m_At,
+                       "The content at this position, and the modifications after it");
+           });
 }

@@ -188,12 +188,11 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddImport(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand("import", "Make a document from an exported one");
-  verb->add_option("JSON", options->m_Source, "What export printed; - is the standard input")
-      ->required();
-  verb->add_option("FILE", options->m_File, "The document")->required();
-  AddTargetOptions(*verb, *options);
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddImport(CommandLine& line) {
+  line.Add("import", "Make a document from an exported one", Run, [](Verb verb, Options& options) {
+    verb.Text("JSON", options.m_Source, "What export printed; - is the standard input",
+              Presence::Required);
+    verb.Text("FILE", options.m_File, "The document", Presence::Required);
+    AddTargetOptions(verb, options);
+  });
 }

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -116,17 +115,14 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddLog(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand("log", "Show the history of a document");
-  verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_flag("-p,--patch", options->m_Patch, "Show each change, old and new");
-  verb->add_option("--user", options->m_User,
-                   "Only modifications of this user (identifier or name)");
-  verb->add_option("--since", options->m_Since, "Only from this date (and time) on");
-  verb->add_option("--until", options->m_Until, "Only up to this date (and time), inclusive");
-  verb->add_option("--path", options->m_Paths, "Only what changes this value; may be repeated")
-      ->allow_extra_args(false);
-  verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddLog(CommandLine& line) {
+  line.Add("log", "Show the history of a document", Run, [](Verb verb, Options& options) {
+    verb.Text("FILE", options.m_File, "The document", Presence::Required);
+    verb.Flag("-p,--patch", options.m_Patch, "Show each change, old and new");
+    verb.Text("--user", options.m_User, "Only modifications of this user (identifier or name)");
+    verb.Text("--since", options.m_Since, "Only from this date (and time) on");
+    verb.Text("--until", options.m_Until, "Only up to this date (and time), inclusive");
+    verb.Texts("--path", options.m_Paths, "Only what changes this value; may be repeated");
+    verb.Flag("--json", options.m_Json, "Print JSON");
+  });
 }

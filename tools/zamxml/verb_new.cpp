@@ -1,4 +1,3 @@
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -81,13 +80,11 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddNew(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand("new", "Make a new document");
-  verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_option("--set", options->m_Set, "A value: PATH[@ATTR]=VALUE; may be repeated")
-      ->allow_extra_args(false);
-  verb->add_flag("--create", options->m_Create, "Let --set add elements and attributes");
-  AddTargetOptions(*verb, *options);
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddNew(CommandLine& line) {
+  line.Add("new", "Make a new document", Run, [](Verb verb, Options& options) {
+    verb.Text("FILE", options.m_File, "The document", Presence::Required);
+    verb.Texts("--set", options.m_Set, "A value: PATH[@ATTR]=VALUE; may be repeated");
+    verb.Flag("--create", options.m_Create, "Let --set add elements and attributes");
+    AddTargetOptions(verb, options);
+  });
 }

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -58,13 +57,13 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddRevert(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  // What is taken back has been there: a list that was emptied may be filled again.
-  options->m_Create = true;
-  CLI::App* verb =
-      app.add_subcommand("revert", "Record a modification that takes an earlier one back");
-  AddRecordingOptions(*verb, *options);
-  verb->add_option("N", options->m_Number, "Number of the modification, or last")->required();
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddRevert(CommandLine& line) {
+  line.Add("revert", "Record a modification that takes an earlier one back", Run,
+           [](Verb verb, Options& options) {
+             // What is taken back has been there: a list that was emptied may be filled again.
+             options.m_Create = true;
+             AddRecordingOptions(verb, options);
+             verb.Text("N", options.m_Number, "Number of the modification, or last",
+                       Presence::Required);
+           });
 }

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -171,13 +170,11 @@ int Run(const Options& options) {
 
 }  // namespace
 
-void AddShow(CLI::App& app, VerbRun& run) {
-  auto options = std::make_shared<Options>();
-  CLI::App* verb = app.add_subcommand("show", "Show what a document holds");
-  verb->add_option("FILE", options->m_File, "The document")->required();
-  verb->add_option("PATH", options->m_Paths, "Only these values: PATH[@ATTR]");
-  verb->add_option("--at", options->m_At, "Position: original, last or a number")
-      ->capture_default_str();
-  verb->add_flag("--json", options->m_Json, "Print JSON");
-  verb->callback([options, &run] { run = [options] { return Run(*options); }; });
+void AddShow(CommandLine& line) {
+  line.Add("show", "Show what a document holds", Run, [](Verb verb, Options& options) {
+    verb.Text("FILE", options.m_File, "The document", Presence::Required);
+    verb.Texts("PATH", options.m_Paths, "Only these values: PATH[@ATTR]");
+    verb.Text("--at", options.m_At, "Position: original, last or a number");
+    verb.Flag("--json", options.m_Json, "Print JSON");
+  });
 }
