@@ -49,7 +49,8 @@ std::optional<double> RateOf(const ReportModel& model, const ReportElement& elem
     return std::nullopt;
   }
   const ReportElement* holder = model.Find(model.LifeOf(value).m_Path.m_Element);
-  const int unitValue = holder == nullptr ? ReportElement::None : FindNamed(model, *holder, {"unit"});
+  const int unitValue =
+      holder == nullptr ? ReportElement::None : FindNamed(model, *holder, {"unit"});
   const std::string unit = Lower(model.LastText(unitValue).value_or(u"").utf8());
   if (unit == "khz") {
     return rate * 1000;
@@ -118,13 +119,13 @@ double TickStep(double extent) {
 
 std::string AxisHtml(const Group& group) {
   std::string html = "<svg class=axis aria-hidden=true>";
-  const double step = group.m_InSeconds ? TickStep(group.m_Extent)
-                                        : std::max(1.0, TickStep(group.m_Extent));
+  const double step =
+      group.m_InSeconds ? TickStep(group.m_Extent) : std::max(1.0, TickStep(group.m_Extent));
   for (int i = 0; i * step <= group.m_Extent; ++i) {
     const double at = i * step;
-    html += fmt::format("<text x=\"{:.2f}%\" y=14>{}</text>", 100 * at / group.m_Extent,
-                        group.m_InSeconds ? fmt::format("{:.6g} s", at)
-                                          : Grouped(static_cast<std::size_t>(at)));
+    html += fmt::format(
+        "<text x=\"{:.2f}%\" y=14>{}</text>", 100 * at / group.m_Extent,
+        group.m_InSeconds ? fmt::format("{:.6g} s", at) : Grouped(static_cast<std::size_t>(at)));
   }
   return html + "</svg>";
 }
@@ -133,22 +134,22 @@ std::string LeadHtml(const ReportModel& model, const PageTexts& texts, const Gro
                      const Lead& lead) {
   const BlockLife& block = model.Blocks()[lead.m_Block];
   const int label = lead.m_Notes.m_Label;
-  const std::string name =
-      label >= 0 ? fmt::format("<span data-v={}>{}</span>", label,
-                               texts.Html(model.LastText(label).value_or(u"")))
-                 : TextHtml(_bstr_t::FromUtf8(model.Find(block.m_Path)->m_Step), 200);
+  const std::string name = label >= 0
+                               ? fmt::format("<span data-v={}>{}</span>", label,
+                                             texts.Html(model.LastText(label).value_or(u"")))
+                               : TextHtml(_bstr_t::FromUtf8(model.Find(block.m_Path)->m_Step), 200);
   const Wave& wave = *lead.m_Wave;
-  std::string html = fmt::format("<div class=lead data-b={}><p class=row><b>{}</b> ", lead.m_Block,
-                                 name);
-  html += wave.m_Samples == 0 ? "<small class=range>no samples</small></p>"
-                              : fmt::format("<small class=range>{} to {}</small></p>", wave.m_Low,
-                                            wave.m_High);
+  std::string html =
+      fmt::format("<div class=lead data-b={}><p class=row><b>{}</b> ", lead.m_Block, name);
+  html += wave.m_Samples == 0
+              ? "<small class=range>no samples</small></p>"
+              : fmt::format("<small class=range>{} to {}</small></p>", wave.m_Low, wave.m_High);
   if (wave.m_Samples != 0) {
-    const std::size_t width =
-        std::clamp<std::size_t>(MostPoints / std::max<std::size_t>(1, group.m_Leads.size()), 50,
-                                1500);
+    const std::size_t width = std::clamp<std::size_t>(
+        MostPoints / std::max<std::size_t>(1, group.m_Leads.size()), 50, 1500);
     html += fmt::format(
-        "<svg class=wave role=img aria-label=\"{} samples from {} to {}\"><g></g><svg viewBox=\"0 0 "
+        "<svg class=wave role=img aria-label=\"{} samples from {} to {}\"><g></g><svg viewBox=\"0 "
+        "0 "
         "{} 100\" preserveAspectRatio=none><path d=\"{}\"/></svg></svg>",
         Grouped(wave.m_Samples), wave.m_Low, wave.m_High, width,
         LineOf(wave, group.SamplesAcross(lead), group.m_Low, group.m_High, width));
@@ -162,9 +163,9 @@ std::string LeadHtml(const ReportModel& model, const PageTexts& texts, const Gro
 std::string FigureHtml(const ReportModel& model, const PageTexts& texts, const std::string& parent,
                        const Group& group) {
   const std::size_t count = group.m_Leads.size();
-  std::string html = fmt::format(
-      "<figure class=waves aria-label=\"Waveforms\"><figcaption><b>{}</b> {} block{}, ",
-      Marked(_bstr_t::FromUtf8(parent)), count, count == 1 ? "" : "s");
+  std::string html =
+      fmt::format("<figure class=waves aria-label=\"Waveforms\"><figcaption><b>{}</b> {} block{}, ",
+                  Marked(_bstr_t::FromUtf8(parent)), count, count == 1 ? "" : "s");
   html += group.m_InSeconds ? fmt::format("{:.6g} seconds", group.m_Extent)
                             : Grouped(static_cast<std::size_t>(group.m_Extent)) +
                                   " samples (the document tells no sampling rate)";
@@ -207,8 +208,8 @@ Json BlocksToJson(const ReportModel& model) {
   for (const BlockLife& block : model.Blocks()) {
     Json waves = Json::array();
     for (const auto& [position, wave] : block.m_Waves) {
-      waves.push_back(Json::array({position, wave.m_Samples, wave.m_PerColumn, wave.m_Low,
-                                   wave.m_High, wave.Encoded()}));
+      waves.push_back(Json::array(
+          {position, wave.m_Samples, wave.m_PerColumn, wave.m_Low, wave.m_High, wave.Encoded()}));
     }
     const auto rate = NotesOf(model, block).m_Rate;
     blocks.push_back({{"rate", rate ? Json(*rate) : Json(nullptr)}, {"waves", std::move(waves)}});

@@ -15,11 +15,10 @@ struct Range {
 /// Control characters but the line feed, what joins, turns or fills without showing, and the
 /// selectors of variants.
 constexpr Range Unseen[] = {
-    {0x0000, 0x0009},   {0x000B, 0x001F},   {0x007F, 0x009F},   {0x00AD, 0x00AD},
-    {0x034F, 0x034F},   {0x061C, 0x061C},   {0x115F, 0x1160},   {0x17B4, 0x17B5},
-    {0x180B, 0x180F},   {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},
-    {0x2800, 0x2800},   {0x3164, 0x3164},   {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},
-    {0xFFA0, 0xFFA0},   {0xFFF9, 0xFFFB},   {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
+    {0x0000, 0x0009},   {0x000B, 0x001F}, {0x007F, 0x009F}, {0x00AD, 0x00AD},   {0x034F, 0x034F},
+    {0x061C, 0x061C},   {0x115F, 0x1160}, {0x17B4, 0x17B5}, {0x180B, 0x180F},   {0x200B, 0x200F},
+    {0x2028, 0x202E},   {0x2060, 0x206F}, {0x2800, 0x2800}, {0x3164, 0x3164},   {0xFE00, 0xFE0F},
+    {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0}, {0xFFF9, 0xFFFB}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
     {0xE0000, 0xE0FFF},
 };
 
@@ -115,7 +114,8 @@ std::string TextHtml(const _bstr_t& text, std::size_t limit) {
   if (units.size() <= limit) {
     return "<bdi>" + Marked(text) + "</bdi>";
   }
-  const std::size_t length = IsHigh(units[limit - 1]) ? limit - 1 : limit;
+  const std::size_t beginning = std::min<std::size_t>(limit, 1000);
+  const std::size_t length = IsHigh(units[beginning - 1]) ? beginning - 1 : beginning;
   return fmt::format("<bdi>{}</bdi><small class=cut>cut here: {} characters in all</small>",
                      Marked(_bstr_t(units.substr(0, length))), Grouped(units.size()));
 }
@@ -142,7 +142,7 @@ int PageTexts::NumberOf(const _bstr_t& text) {
 std::string PageTexts::Numbered() const {
   std::string html;
   for (const _bstr_t& text : m_Texts) {
-    html += "<p>" + Html(text) + '\n';
+    html += "<p>" + Html(text) + "</p>\n";
   }
   return html;
 }

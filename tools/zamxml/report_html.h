@@ -18,7 +18,7 @@ std::string Escaped(std::string_view text);
 std::string Marked(const _bstr_t& text);
 
 /// The same set apart from the direction of what surrounds it (<bdi>). An empty text says that it
-/// is empty. A text of more than limit UTF-16 units is cut and followed by its length.
+/// is empty. Of a text of more than limit UTF-16 units the beginning is shown, and its length.
 std::string TextHtml(const _bstr_t& text, std::size_t limit);
 
 /// "4,300,000"

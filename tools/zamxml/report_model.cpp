@@ -12,9 +12,8 @@ namespace {
 constexpr const char16_t* HeaderNames[] = {u"Encoding", u"BytePerData", u"CountOfData"};
 
 bool IsBlock(ZAMXml& tree, const IXMLDOMNodePtr& element) {
-  return std::all_of(std::begin(HeaderNames), std::end(HeaderNames), [&](const char16_t* name) {
-    return tree.GetNodeCount(element, name) != 0;
-  });
+  return std::all_of(std::begin(HeaderNames), std::end(HeaderNames),
+                     [&](const char16_t* name) { return tree.GetNodeCount(element, name) != 0; });
 }
 
 /// True for the elements that the block itself is made of.
@@ -123,8 +122,7 @@ void ReportModel::Step(int number) {
 }
 
 void ReportModel::Record(int position, const ValuePath& path, const std::optional<_bstr_t>& text) {
-  const auto [found, isNew] =
-      m_LifeByPath.emplace(path.Whole(), static_cast<int>(m_Lives.size()));
+  const auto [found, isNew] = m_LifeByPath.emplace(path.Whole(), static_cast<int>(m_Lives.size()));
   if (isNew) {
     m_Lives.push_back({path, {}});
   }

@@ -43,7 +43,7 @@ struct ReportElement {
 
   std::string m_Step;  ///< "Extra[1]"; empty for the root
   std::string m_Path;
-  int m_Value = None;            ///< its own text
+  int m_Value = None;  ///< its own text
   std::vector<int> m_Attributes;
   std::vector<int> m_Children;
   int m_Block = None;

@@ -24,7 +24,7 @@ namespace {
 /// The longest text that is shown whole: as long as all texts together leave the page small.
 std::size_t TextLimit(const Document& document, const ReportModel& model) {
   constexpr std::size_t share = 700000;
-  constexpr std::array<std::size_t, 4> limits = {20000, 4000, 1000, 200};
+  constexpr std::array<std::size_t, 4> limits = {8000, 4000, 1000, 200};
   std::array<std::size_t, limits.size()> sums{};
   const auto count = [&](const _bstr_t& text) {
     for (std::size_t i = 0; i < limits.size(); ++i) {
@@ -42,10 +42,9 @@ std::size_t TextLimit(const Document& document, const ReportModel& model) {
       count(item->m_NewValue);
     }
   }
-  const auto fits = std::find_if(sums.begin(), sums.end(),
-                                 [](std::size_t sum) { return sum <= share; });
-  return fits == sums.end() ? limits.back()
-                            : limits[static_cast<std::size_t>(fits - sums.begin())];
+  const auto fits =
+      std::find_if(sums.begin(), sums.end(), [](std::size_t sum) { return sum <= share; });
+  return fits == sums.end() ? limits.back() : limits[static_cast<std::size_t>(fits - sums.begin())];
 }
 
 std::string LocalTime() {
@@ -70,10 +69,10 @@ public:
 
   std::string Write() {
     const std::map<std::string_view, std::string> parts = {
-        {"title", Title()},       {"name", Name()},
-        {"facts", Facts()},       {"findings", FindingsHtml()},
-        {"where", Where()},       {"sections", SectionsHtml(m_Model, m_Texts)},
-        {"changes", Changes()},   {"made", Made()},
+        {"title", Title()},           {"name", Name()},
+        {"facts", Facts()},           {"findings", FindingsHtml()},
+        {"where", Where()},           {"sections", SectionsHtml(m_Model, m_Texts)},
+        {"changes", Changes()},       {"made", Made()},
         {"data", Data().dump()},  // before the texts, which it numbers
         {"texts", m_Texts.Numbered()}};
     return Fill(parts);
@@ -135,12 +134,11 @@ private:
     const std::string full = Line({ValueAt("PatientInfo/Name/Full")});
     const bool hasFull =
         m_Model.LastText(ValueAt("PatientInfo/Name/Full")).value_or(u"").length() != 0;
-    const std::string name = hasFull ? full
-                                     : Line({ValueAt("PatientInfo/Name/Prefix"),
-                                             ValueAt("PatientInfo/Name/Given"),
-                                             ValueAt("PatientInfo/Name/Middle"),
-                                             ValueAt("PatientInfo/Name/Family"),
-                                             ValueAt("PatientInfo/Name/Suffix")});
+    const std::string name =
+        hasFull ? full
+                : Line({ValueAt("PatientInfo/Name/Prefix"), ValueAt("PatientInfo/Name/Given"),
+                        ValueAt("PatientInfo/Name/Middle"), ValueAt("PatientInfo/Name/Family"),
+                        ValueAt("PatientInfo/Name/Suffix")});
     return name.empty() ? "Patient without a name" : name;
   }
 
@@ -162,12 +160,12 @@ private:
                                  ValueAt("PatientInfo/Age", "Unit")})) +
            Fact("Order", line({"OrderInfo/ID", "OrderInfo/Date", "OrderInfo/Time",
                                "OrderInfo/Department", "OrderInfo/AuthorName/Full"})) +
-           Fact("Study", line({"StudyInfo/ID", "StudyInfo/Date", "StudyInfo/Time",
-                               "StudyInfo/Department", "StudyInfo/AuthorName/Full",
-                               "StudyInfo/Status"})) +
-           Fact("Device", line({"StudyInfo/DeviceInfo/Vendor", "StudyInfo/DeviceInfo/Model",
-                                "StudyInfo/DeviceInfo/Modality",
-                                "StudyInfo/DeviceInfo/SerialNo"})) +
+           Fact("Study",
+                line({"StudyInfo/ID", "StudyInfo/Date", "StudyInfo/Time", "StudyInfo/Department",
+                      "StudyInfo/AuthorName/Full", "StudyInfo/Status"})) +
+           Fact("Device",
+                line({"StudyInfo/DeviceInfo/Vendor", "StudyInfo/DeviceInfo/Model",
+                      "StudyInfo/DeviceInfo/Modality", "StudyInfo/DeviceInfo/SerialNo"})) +
            Fact("Document", line({"DocumentInfo/Type", "DocumentInfo/ID", "DocumentInfo/Version",
                                   "DocumentInfo/InstitutionName"})) +
            Fact("History", History());
@@ -231,17 +229,29 @@ private:
     std::string html;
     for (int number = 0; number <= m_Document.Last(); ++number) {
       const ZAMXMLModification& modification = m_Document.Modification(number);
-      const std::string head = fmt::format(
-          "<tr><td><a href=\"#p{0}\">{0}</a><td>{1}<td>{2}<td>{3}<td>", number,
-          m_Texts.Html(modification.m_Date), m_Texts.Html(modification.m_Time),
-          UserHtml(modification));
+      const std::string head =
+          fmt::format("<tr><td><a href=\"#p{0}\">{0}</a><td>{1}<td>{2}<td>{3}<td>", number,
+                      m_Texts.Html(modification.m_Date), m_Texts.Html(modification.m_Time),
+                      UserHtml(modification));
       for (const ZAMXMLChangeItem* item : modification.m_Changes) {
-        const _bstr_t path = _bstr_t::FromUtf8(PathOf(*item).Whole());
-        html += head + m_Texts.Html(path) + "<td>" + ValueHtml(*item, item->m_OldValue) + "<td>" +
-                ValueHtml(*item, item->m_NewValue) + '\n';
+        html += head + PathHtml(PathOf(*item)) + "<td>" + ValueHtml(*item, item->m_OldValue) +
+                "<td>" + ValueHtml(*item, item->m_NewValue) + '\n';
       }
-      if (modification.m_Changes.empty()) {
+      if (modification.m_Changes.GetCount() == 0) {
         html += head + "<td colspan=2><i>no change</i>\n";
+      }
+    }
+    return html;
+  }
+
+  /// A path that may go on in another line after every step.
+  std::string PathHtml(const ValuePath& path) const {
+    const _bstr_t whole = _bstr_t::FromUtf8(path.Whole());
+    std::string html = m_Texts.Html(whole);
+    if (html == "<bdi>" + path.Whole() + "</bdi>") {
+      for (auto slash = path.m_Element.rfind('/'); slash != std::string::npos && slash != 0;
+           slash = path.m_Element.rfind('/', slash - 1)) {
+        html.insert(slash + std::string_view("<bdi>/").size(), "<wbr>");
       }
     }
     return html;
@@ -262,7 +272,7 @@ private:
                 m_Texts.Html(parts[i]);
       }
     }
-    return fmt::format(isName ? "<ul>{}</ul>" : "<ol>{}</ol>", html);
+    return isName ? "<ul>" + html + "</ul>" : "<ol>" + html + "</ol>";
   }
 
   std::string Made() const {

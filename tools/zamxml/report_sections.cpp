@@ -112,21 +112,31 @@ private:
   }
 
   void WriteRow(const ReportElement& element, const std::string& label, const char* kind = "row") {
-    BeginRows();
-    m_Html += fmt::format("<div class=\"{}\"><dt>{}</dt><dd>", kind, label);
-    if (HoldsText(element.m_Value)) {
+    const bool hasText = HoldsText(element.m_Value);
+    if (hasText) {
+      BeginRow(kind, label);
       m_Html += SlotHtml(m_Model, m_Texts, element.m_Value);
     }
     for (const int attribute : element.m_Attributes) {
       const std::string& name = m_Model.LifeOf(attribute).m_Path.m_Attribute;
-      if (HoldsText(attribute)) {
-        m_Html += name == "Unit" ? std::string(" ")
-                                 : fmt::format(" <small>{}</small> ",
-                                               Marked(_bstr_t::FromUtf8(name)));
-        m_Html += SlotHtml(m_Model, m_Texts, attribute);
+      if (!HoldsText(attribute)) {
+        continue;
       }
+      const std::string shown = Marked(_bstr_t::FromUtf8(name));
+      if (!hasText) {
+        BeginRow(kind, label.empty() ? shown : label + ", " + shown);
+      } else {
+        m_Html += name == "Unit" ? " " : " <small>" + shown + "</small> ";
+      }
+      m_Html += SlotHtml(m_Model, m_Texts, attribute);
+      m_Html += hasText ? "" : "</dd></div>\n";
     }
-    m_Html += "</dd></div>\n";
+    m_Html += hasText ? "</dd></div>\n" : "";
+  }
+
+  void BeginRow(const char* kind, const std::string& label) {
+    BeginRows();
+    m_Html += fmt::format("<div class=\"{}\"><dt>{}</dt><dd>", kind, label);
   }
 
   /// The full name, and below it the parts that make it.
@@ -142,9 +152,11 @@ private:
         continue;
       }
       const bool isFull = part.m_Step == "Full";
-      WriteRow(part, isFull ? label : label + ", " + (known != partLabels.end()
-                                                          ? std::string(known->second)
-                                                          : LabelOf(part)),
+      WriteRow(part,
+               isFull
+                   ? label
+                   : label + ", " +
+                         (known != partLabels.end() ? std::string(known->second) : LabelOf(part)),
                isFull ? "row" : "row part");
     }
   }
@@ -184,8 +196,9 @@ private:
 
   void WriteQuestions(const ReportElement& questions) {
     EndRows();
-    m_Html += "<table class=questions><thead><tr><th scope=col>Question<th scope=col>Answer"
-              "</thead><tbody>\n";
+    m_Html +=
+        "<table class=questions><thead><tr><th scope=col>Question<th scope=col>Answer"
+        "</thead><tbody>\n";
     for (const int child : questions.m_Children) {
       const ReportElement& extra = ElementAt(child);
       m_Html += "<tr class=row>";
@@ -235,7 +248,8 @@ std::string SectionsHtml(const ReportModel& model, const PageTexts& texts) {
   const ReportElement* header = model.Find("DocumentInfo");
   for (const int child : model.Root().m_Children) {
     const ReportElement* section = &model.Element(child);
-    if (section != header && std::find(sections.begin(), sections.end(), section) == sections.end()) {
+    if (section != header &&
+        std::find(sections.begin(), sections.end(), section) == sections.end()) {
       sections.push_back(section);
     }
   }
