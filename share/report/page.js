@@ -150,8 +150,10 @@ document.addEventListener("click", (event) => {
 
 // The table of changes
 
-const list = byId("changes").querySelector("tbody");
-const entries = [...list.rows].map((row, index) => {
+// The rows that are seen stand in the list, all others in the rest, which only a printer sees.
+const list = byId("list");
+const rest = byId("rest");
+const entries = [...list.rows, ...rest.rows].map((row, index) => {
   const [number, date, time, user, path] = [...row.cells].map((cell) => cell.textContent);
   return {row, index, number: Number(number), when: `${date} ${time}`, date, user, path,
     old: row.cells[5]?.textContent ?? "", new: row.cells[6]?.textContent ?? ""};
@@ -163,23 +165,24 @@ for (const entry of entries) {
 const portion = 500;
 let shown = portion;
 
+let ordered = entries;
+
 const filterChanges = () => {
   const user = byId("user").value.toLowerCase();
   const path = byId("path").value.toLowerCase();
   const since = byId("since").value;
   const until = byId("until").value || "9999-99-99";
-  let found = 0;
-  for (const {row} of entries.order ?? entries) row.hidden = true;
-  for (const entry of entries.order ?? entries) {
-    if (entry.user.toLowerCase().includes(user) && entry.path.toLowerCase().includes(path) &&
-        entry.date >= since && entry.date <= until) {
-      entry.row.hidden = ++found > shown;
-    }
-  }
-  byId("more").parentElement.hidden = found <= shown;
-  byId("count").textContent = found > shown
-    ? `${shown} of ${count(found, "change")} shown` : `${count(found, "change")} shown`;
+  const found = ordered.filter((entry) =>
+    entry.user.toLowerCase().includes(user) && entry.path.toLowerCase().includes(path) &&
+    entry.date >= since && entry.date <= until);
+  rest.append(...list.rows);
+  list.append(...found.slice(0, shown).map((entry) => entry.row));
+  byId("more").parentElement.hidden = found.length <= shown;
+  byId("count").textContent = found.length > shown
+    ? `${shown} of ${count(found.length, "change")} shown` : `${count(found.length, "change")} shown`;
 };
+
+const listAll = () => list.append(...entries.map((entry) => entry.row));
 
 let waiting = 0;
 for (const id of ["user", "path", "since", "until"]) {
@@ -199,9 +202,8 @@ const sortBy = (header, key) => {
   for (const other of all(".all th")) other.removeAttribute("aria-sort");
   header.setAttribute("aria-sort", turn > 0 ? "ascending" : "descending");
   const compare = (left, right) => left[key] < right[key] ? -1 : left[key] > right[key] ? 1 : 0;
-  entries.order = [...entries].sort(
+  ordered = [...entries].sort(
     (left, right) => turn * (compare(left, right) || left.index - right.index));
-  list.append(...entries.order.map((entry) => entry.row));
   filterChanges();
 };
 
@@ -443,6 +445,8 @@ positions.addEventListener("change", () => moveTo(positions.selectedIndex - 1));
 byId("back").addEventListener("click", () => moveTo(position - 1));
 byId("forward").addEventListener("click", () => moveTo(position + 1));
 addEventListener("hashchange", followLink);
+addEventListener("beforeprint", listAll);
+addEventListener("afterprint", filterChanges);
 addEventListener("resize", () => figures.forEach((figure) => figure.draw()));
 document.addEventListener("keydown", (event) => {
   const step = {ArrowLeft: -1, ArrowRight: 1}[event.key];

@@ -225,10 +225,16 @@ private:
                        UserHtml(modification));
   }
 
+  /// The rows of the table, those that a screen does not need at once in a part of their own.
   std::string Changes() const {
-    std::string html;
+    constexpr int atOnce = 200;
+    constexpr const char* parting = "</tbody>\n<tbody id=rest>\n";
+    std::string html = "<tbody id=list>\n";
     for (int number = 0; number <= m_Document.Last(); ++number) {
       const ZAMXMLModification& modification = m_Document.Modification(number);
+      if (number == atOnce) {
+        html += parting;
+      }
       const std::string head =
           fmt::format("<tr><td><a href=\"#p{0}\">{0}</a><td>{1}<td>{2}<td>{3}<td>", number,
                       m_Texts.Html(modification.m_Date), m_Texts.Html(modification.m_Time),
@@ -241,7 +247,7 @@ private:
         html += head + "<td colspan=2><i>no change</i>\n";
       }
     }
-    return html;
+    return html + (m_Document.Last() < atOnce ? parting : "") + "</tbody>\n";
   }
 
   /// A path that may go on in another line after every step.

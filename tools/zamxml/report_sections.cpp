@@ -54,9 +54,11 @@ public:
       : m_Model(model), m_Texts(texts) {}
 
   std::string Write(const ReportElement& section) {
-    m_Html = fmt::format("<section class=card><h2>{}</h2>\n", LabelOf(section));
+    const std::string figures = FiguresHtml(m_Model, m_Texts, section);
+    m_Html = fmt::format("<section class=\"card{}\"><h2>{}</h2>\n", figures.empty() ? "" : " wide",
+                         LabelOf(section));
     WriteContent(section, 3);
-    m_Html += FiguresHtml(m_Model, m_Texts, section);
+    m_Html += figures;
     if (!m_Empty.empty()) {
       m_Html += "<p class=note>Empty: " + m_Empty + "</p>\n";
     }
