@@ -225,8 +225,9 @@ const showStep = (before) => {
   byId("step").querySelector("tbody").replaceChildren(...changes.slice(0, most).map(({row}) =>
     make("tr", {}, ...[...row.cells].slice(4).map((cell, i) => {
       const nodes = [...cell.cloneNode(true).childNodes];
+      const className = cell.querySelector("ol, ul") ? "list" : "";
       return make("td", {}, ...i === 0 || cell.colSpan > 1 ? nodes
-        : [make(i === 1 ? "del" : "ins", {}, ...nodes)]);
+        : [make(i === 1 ? "del" : "ins", {className}, ...nodes)]);
     }))));
   byId("step").querySelector(".note").replaceChildren(
     ...position === original ? [] : ["Identifier ", ...nodesOf(data.modifications[position][4])],

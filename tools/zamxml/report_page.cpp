@@ -193,7 +193,7 @@ private:
              "file alone cannot prove.</p>";
     }
     constexpr std::size_t most = 200;
-    std::string html = fmt::format("<div class=unsound role=alert><b>Check: {} finding{}.</b><ul>",
+    std::string html = fmt::format("<div class=unsound><b>Check: {} finding{}.</b><ul>",
                                    Grouped(m_Findings.size()), Plural(m_Findings.size()));
     for (std::size_t i = 0; i < std::min(most, m_Findings.size()); ++i) {
       const _bstr_t sentence = _bstr_t::FromUtf8(Sentence(m_Findings[i]));

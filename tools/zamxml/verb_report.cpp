@@ -12,6 +12,7 @@
 #include "report_model.h"
 #include "report_page.h"
 #include "target.h"
+#include "text.h"
 #include "verbs.h"
 #include "verify.h"
 
@@ -54,6 +55,10 @@ int Run(const Options& options) {
     WriteTarget(options.m_Output, page);
   } else {
     Deliver(page);
+  }
+  if (!isSound) {
+    WriteError({Printable(_bstr_t::FromUtf8(options.m_File)),
+                "check finds something; the page tells what"});
   }
   return isSound ? ExitFine : ExitFinding;
 }
