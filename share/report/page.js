@@ -299,6 +299,8 @@ class Lead {
     this.range = element.querySelector(".range");
     this.svg = element.querySelector(".wave");
     this.samples = Math.max(...block.waves.map(([, samples]) => samples));
+    const perColumn = Math.max(...block.waves.map(([, , samples]) => samples));
+    this.least = perColumn === 1 ? 20 : 400 * perColumn;
   }
 
   // What is drawn between two samples: a point, or a low and a high one, for each of the places.
@@ -328,9 +330,13 @@ class Lead {
   draw(places, low, high) {
     if (!this.svg) return;
     const height = (sample) => (96 - 92 * (sample - low) / Math.max(1, high - low)).toFixed(1);
+    let before = 0;
     const line = this.points.map(([at, from, to]) => {
+      // The nearer end first: a line across a column would be a wave that is not there.
+      const ends = Math.abs(before - from) <= Math.abs(before - to) ? [from, to] : [to, from];
+      before = ends[1];
       const x = at.toFixed(1);
-      return from === to ? `${x} ${height(from)}` : `${x} ${height(from)} ${x} ${height(to)}`;
+      return (from === to ? [from] : ends).map((end) => `${x} ${height(end)}`).join(" ");
     });
     const field = this.svg.querySelector("svg");
     field.setAttribute("viewBox", `0 0 ${places} 100`);
@@ -380,7 +386,8 @@ class Figure {
   }
 
   look(span, from) {
-    const least = this.inSeconds ? 20 / Math.max(...this.leads.map((lead) => lead.rate)) : 20;
+    // Closer than that, columns of several samples would show a wave that is not there.
+    const least = Math.max(...this.leads.map((lead) => lead.least / this.unit(lead)));
     this.span = Math.min(this.extent, Math.max(Math.min(least, this.extent), span));
     this.from = Math.min(this.extent - this.span, Math.max(0, from));
     this.pan.value = this.span < this.extent ? 1000 * this.from / (this.extent - this.span) : 0;
@@ -405,7 +412,7 @@ class Figure {
 
   drawGrid(low, high) {
     const step = this.inSeconds ? tickStep(this.span) : Math.max(1, tickStep(this.span));
-    const rise = Math.max(1, 2 * tickStep(Math.max(1, high - low)));
+    const rise = Math.max(1, tickStep(Math.max(1, high - low)));
     this.scale.textContent = this.own.checked ? `grid ${this.place(step)}`
       : `grid ${this.place(step)} by ${rise.toLocaleString("en")}`;
     const levels = [];

@@ -169,6 +169,13 @@ std::string FigureHtml(const ReportModel& model, const PageTexts& texts, const s
   html += group.m_InSeconds ? fmt::format("{:.6g} seconds", group.m_Extent)
                             : Grouped(static_cast<std::size_t>(group.m_Extent)) +
                                   " samples (the document tells no sampling rate)";
+  std::size_t perColumn = 1;
+  for (const Lead& lead : group.m_Leads) {
+    perColumn = std::max(perColumn, lead.m_Wave->m_PerColumn);
+  }
+  if (perColumn > 1) {
+    html += fmt::format(", of every {} samples the lowest and the highest", perColumn);
+  }
   html += "</figcaption>\n";
   for (const Lead& lead : group.m_Leads) {
     html += LeadHtml(model, texts, group, lead);

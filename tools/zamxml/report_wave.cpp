@@ -126,17 +126,23 @@ std::string LineOf(const Wave& wave, double samplesAcross, std::int32_t low, std
            samplesAcross;
   };
   std::string points = "M";
+  std::int32_t before = 0;
+  const auto distance = [&](std::int32_t end) {
+    return std::abs(static_cast<double>(end) - static_cast<double>(before));
+  };
   for (std::size_t i = 0; i < wave.m_Columns.size();) {
-    const std::size_t first = i;
-    const double at = place(first);
-    Wave::Column joined = wave.m_Columns[first];
+    const double at = place(i);
+    Wave::Column joined = wave.m_Columns[i];
     for (++i; i < wave.m_Columns.size() && place(i) < std::floor(at) + 1; ++i) {
       joined = Joined(joined, wave.m_Columns[i]);
     }
-    points += fmt::format("{:.1f} {:.1f} ", at, height(joined.m_Low));
+    // The nearer end first: a line across a column would be a wave that is not there.
+    const bool isUp = distance(joined.m_Low) <= distance(joined.m_High);
+    before = isUp ? joined.m_High : joined.m_Low;
     if (joined.m_High != joined.m_Low) {
-      points += fmt::format("{:.1f} {:.1f} ", at, height(joined.m_High));
+      points += fmt::format("{:.1f} {:.1f} ", at, height(isUp ? joined.m_Low : joined.m_High));
     }
+    points += fmt::format("{:.1f} {:.1f} ", at, height(before));
   }
   points.pop_back();
   return points;
