@@ -53,7 +53,7 @@ Wave ReadWave(ZAMXml& tree, const IXMLDOMNodePtr& element) {
   Wave wave;
   const bool isRead = block.ReadFromXML(tree, place, &log) != 0;
   if (log.GetLogCount() != 0) {
-    wave.m_Note = Reason(log, {});
+    wave.m_Note = Printable(log.GetLog(log.GetLogCount() - 1).m_Text);
   }
   const bool hasWidth =
       block.m_BytePerData == 1 || block.m_BytePerData == 2 || block.m_BytePerData == 4;

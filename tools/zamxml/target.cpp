@@ -69,7 +69,7 @@ void WriteTarget(const std::string& path, std::string_view bytes) {
   if (exists && !S_ISREG(existing.st_mode)) {
     fail("it is no regular file");
   }
-  const std::string beside = place.string() + ".zamxml-" + std::to_string(::getpid());
+  const fs::path beside = place.parent_path() / (".zamxml-" + std::to_string(::getpid()));
   const int file =
       ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? 0600 : 0666);
   if (file < 0) {

@@ -51,14 +51,14 @@ int Run(const Options& options) {
   }
   bool isSound = true;
   const std::string page = PageOf(options, isSound);
+  const std::string name = Printable(_bstr_t::FromUtf8(options.m_File));
   if (lock) {
     WriteTarget(options.m_Output, page);
   } else {
     Deliver(page);
   }
   if (!isSound) {
-    WriteError({Printable(_bstr_t::FromUtf8(options.m_File)),
-                "check finds something; the page tells what"});
+    WriteError({name, "check finds something; the page tells what"});
   }
   return isSound ? ExitFine : ExitFinding;
 }
