@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <utility>
 
 #include "change_list.h"
@@ -92,24 +93,20 @@ void ReportModel::Step(int number) {
   const ZAMXMLModification& modification = m_Document.Modification(number);
   Texts before = ReadAllTouched(m_Document.m_Xml, modification);
   m_Document.MoveTo(number);
-  std::vector<BlockLife*> touched;
+  std::set<BlockLife*> touched;
   for (const auto& [path, value] : ReadAllTouched(m_Document.m_Xml, modification)) {
     const auto old = before.find(path);
     if (old == before.end() || old->second.m_Text != value.m_Text) {
-      const std::string parent = ParentOf(value.m_Path.m_Element);
-      const auto block = std::find_if(m_Blocks.begin(), m_Blocks.end(), [&](const auto& known) {
-        return known.m_Path == parent && IsOfBlock(LastStepOf(value.m_Path.m_Element));
-      });
-      if (block == m_Blocks.end()) {
+      if (BlockLife* block = BlockOf(value.m_Path.m_Element)) {
+        touched.insert(block);
+      } else {
         Record(number, value.m_Path, value.m_Text);
-      } else if (std::find(touched.begin(), touched.end(), &*block) == touched.end()) {
-        touched.push_back(&*block);
       }
     }
     before.erase(path);
   }
-  for (const auto& [path, value] : before) {
-    Record(number, value.m_Path, std::nullopt);
+  for (const auto& gone : before) {
+    Record(number, gone.second.m_Path, std::nullopt);
   }
   for (const ZAMXMLChangeItem* item : modification.m_Changes) {
     if (item->m_ValueType == ZAMXML_VTYPE_STATEMENT) {
@@ -119,6 +116,17 @@ void ReportModel::Step(int number) {
   for (BlockLife* block : touched) {
     ReadBlock(*block, number);
   }
+}
+
+/// The block that an element is a part of; null for every other element.
+BlockLife* ReportModel::BlockOf(const std::string& element) {
+  if (!IsOfBlock(LastStepOf(element))) {
+    return nullptr;
+  }
+  const std::string parent = ParentOf(element);
+  const auto found = std::find_if(m_Blocks.begin(), m_Blocks.end(),
+                                  [&](const BlockLife& block) { return block.m_Path == parent; });
+  return found == m_Blocks.end() ? nullptr : &*found;
 }
 
 void ReportModel::Record(int position, const ValuePath& path, const std::optional<_bstr_t>& text) {
@@ -151,11 +159,12 @@ void ReportModel::RecordGoneStatements(int position, const ZAMXMLChangeItem& ite
   const std::string list = PathOf(item).m_Element + "/Statement";
   for (auto next = m_LifeByPath.lower_bound(list);
        next != m_LifeByPath.end() && next->first.starts_with(list); ++next) {
-    Life& life = m_Lives[static_cast<std::size_t>(next->second)];
-    const bool isEntry = life.m_Path.m_Attribute.empty() &&
-                         life.m_Path.m_Element.find('/', list.size()) == std::string::npos;
-    if (!isEntry && life.m_Steps.back().m_Text) {
-      life.m_Steps.push_back({position, std::nullopt});
+    const std::string rest = next->first.substr(list.size());
+    const std::size_t entry = rest.starts_with('[') ? rest.find(']') + 1 : 0;
+    std::vector<LifeStep>& steps = m_Lives[static_cast<std::size_t>(next->second)].m_Steps;
+    const bool isBelow = entry < rest.size() && (rest[entry] == '/' || rest[entry] == '@');
+    if (isBelow && steps.back().m_Text) {
+      steps.push_back({position, std::nullopt});
     }
   }
 }

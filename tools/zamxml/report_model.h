@@ -70,6 +70,7 @@ public:
 private:
   void ReadOriginal();
   void Step(int number);
+  BlockLife* BlockOf(const std::string& element);
   void Record(int position, const ValuePath& path, const std::optional<_bstr_t>& text);
   void RecordGoneAbove(int position, const std::string& path);
   void RecordGoneStatements(int position, const ZAMXMLChangeItem& item);

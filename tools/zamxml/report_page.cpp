@@ -180,8 +180,8 @@ private:
     for (int number = 0; number <= m_Document.Last(); ++number) {
       users.emplace(m_Document.Modification(number).m_UserID.view());
     }
-    return fmt::format("{} modification{} by {} user{}, {} to {}", Grouped(count),
-                       Plural(count), Grouped(users.size()), Plural(users.size()),
+    return fmt::format("{} modification{} by {} user{}, {} to {}", Grouped(count), Plural(count),
+                       Grouped(users.size()), Plural(users.size()),
                        m_Texts.Html(m_Document.Modification(0).m_Date),
                        m_Texts.Html(m_Document.Modification(m_Document.Last()).m_Date));
   }

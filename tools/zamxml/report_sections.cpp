@@ -109,7 +109,11 @@ private:
     } else if (IsWorthShowing(element)) {
       WriteRow(element, LabelOf(element));
     } else {
-      m_Empty += (m_Empty.empty() ? "" : ", ") + LabelOf(element);
+      const std::string parent = element.m_Path.substr(0, element.m_Path.rfind('/'));
+      const bool isNested = parent.find('/') != std::string::npos;
+      m_Empty += m_Empty.empty() ? "" : ", ";
+      m_Empty +=
+          isNested ? LabelOf(*m_Model.Find(parent)) + '/' + LabelOf(element) : LabelOf(element);
     }
   }
 
