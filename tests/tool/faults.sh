@@ -18,6 +18,8 @@ cd "$scratch/fresh"
 zamxml amend a.xml --user x --user-name X --set PatientInfo/ID=1 >"$scratch/out"
 cp a.xml b.xml
 zamxml amend b.xml --user x --user-name X --set PatientInfo/Race=2 >"$scratch/out"
+zamxml new wave.xml --create --set Wave/Encoding@code=0 --set Wave/BytePerData=2 \
+  --set Wave/CountOfData=2 --set Wave/Data=1,-2 --set Wave/Data@start=0 --set Wave/Data@length=4
 sed 's/<OldValue>58.4</<OldValue>58.5</' a.xml >unsound.xml
 zamxml export a.xml >a.json
 echo '{"changes":[{"path":"PatientInfo/ID","old":"1","new":"2"}]}' >changes.json
@@ -113,6 +115,8 @@ revert a.xml last $who
 check a.xml
 check unsound.xml --json
 check -r . --jobs 1
+report wave.xml
+report unsound.xml -o n.html
 export a.xml
 import a.json n.xml
 import a.json b.xml --force

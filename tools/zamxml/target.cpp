@@ -1,8 +1,17 @@
 #include "target.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "failure.h"
+#include "output.h"
 #include "text.h"
 
 namespace {
@@ -47,5 +56,33 @@ TargetLock::TargetLock(const std::string& path, const TargetOptions& options)
     : TargetLock(path, options.m_Wait) {
   if (!options.m_Force && Exists(path)) {
     throw Failure(path, "cannot create it", "it exists; --force replaces it");
+  }
+}
+
+void WriteTarget(const std::string& path, std::string_view bytes) {
+  namespace fs = std::filesystem;
+  const auto fail = [&](const std::string& why) { throw Failure(path, "cannot write it", why); };
+  std::error_code error;
+  const fs::path place = fs::exists(path, error) ? fs::canonical(path, error) : fs::path(path);
+  struct stat existing {};
+  const bool exists = ::stat(place.c_str(), &existing) == 0;
+  if (exists && !S_ISREG(existing.st_mode)) {
+    fail("it is no regular file");
+  }
+  const fs::path beside = place.parent_path() / (".zamxml-" + std::to_string(::getpid()));
+  const int file =
+      ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? 0600 : 0666);
+  if (file < 0) {
+    fail(std::strerror(errno));
+  }
+  const bool isWritten = WriteAll(file, bytes) &&
+                         (!exists || ::fchmod(file, existing.st_mode & 07777) == 0) &&
+                         ::fsync(file) == 0;
+  const int reason = errno;
+  ::close(file);
+  if (!isWritten || ::rename(beside.c_str(), place.c_str()) != 0) {
+    const std::string why = std::strerror(isWritten ? errno : reason);
+    ::unlink(beside.c_str());
+    fail(why);
   }
 }

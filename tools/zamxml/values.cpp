@@ -10,7 +10,7 @@ namespace {
 
 class ValueReader {
 public:
-  explicit ValueReader(ZAMXml& tree) : m_Tree(tree) {}
+  ValueReader(ZAMXml& tree, const LeaveOut& isLeftOut) : m_Tree(tree), m_IsLeftOut(isLeftOut) {}
 
   std::vector<Value> ReadAll() {
     ForEachChild(m_Tree, m_Tree.GetNode(u"KESTRANE_ZAM"),
@@ -24,6 +24,9 @@ public:
 
 private:
   void Read(const IXMLDOMNodePtr& element, const std::string& path) {
+    if (m_IsLeftOut && m_IsLeftOut(element, path)) {
+      return;
+    }
     _bstr_t text;
     m_Tree.GetNodeText(element, text);
     if (text.length() != 0 || !m_Tree.GetFirstChildNode(element)) {
@@ -40,6 +43,7 @@ private:
   }
 
   ZAMXml& m_Tree;
+  const LeaveOut& m_IsLeftOut;
   std::vector<Value> m_Values;
 };
 
@@ -63,7 +67,9 @@ std::string Step(const std::string& name, int index) {
   return index == 0 ? name : name + '[' + std::to_string(index) + ']';
 }
 
-std::vector<Value> ReadValues(ZAMXml& tree) { return ValueReader(tree).ReadAll(); }
+std::vector<Value> ReadValues(ZAMXml& tree, const LeaveOut& isLeftOut) {
+  return ValueReader(tree, isLeftOut).ReadAll();
+}
 
 std::optional<_bstr_t> ReadHeld(ZAMXml& tree, const _bstr_t& node, const _bstr_t& attribute,
                                 ZAMXML_VTYPE type) {

@@ -24,9 +24,12 @@ void ForEachChild(ZAMXml& tree, const IXMLDOMNodePtr& parent,
 /// A step as it is printed: "Extra", or "Extra[1]" after a first one.
 std::string Step(const std::string& name, int index);
 
+/// Asked about an element and its path before anything of it is read; true leaves it out.
+using LeaveOut = std::function<bool(const IXMLDOMNodePtr& element, const std::string& path)>;
+
 /// All values of a tree in document order, the history left out: the attributes, and the texts of
 /// the elements that have one or hold no other element.
-std::vector<Value> ReadValues(ZAMXml& tree);
+std::vector<Value> ReadValues(ZAMXml& tree, const LeaveOut& isLeftOut = {});
 
 /// What the place that a change item names holds, folded for names and statements; nothing when the
 /// element (or the attribute) is missing.

@@ -3,7 +3,7 @@ _zamxml() {
   local current=${COMP_WORDS[COMP_CWORD]} verb=${COMP_WORDS[1]-} options
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    options="new show log diff blame amend revert check export import --help --version"
+    options="new show log diff blame amend revert check report export import --help --version"
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
     return
   fi
@@ -21,6 +21,7 @@ _zamxml() {
         --change-document-id --json"
       ;;
     check) options="--recursive --jobs --json" ;;
+    report) options="--output --force --wait" ;;
     export) options="--at" ;;
     import) options="--force --wait" ;;
   esac

@@ -1,11 +1,11 @@
 # fish completion for zamxml
-set -l verbs new show log diff blame amend revert check export import
+set -l verbs new show log diff blame amend revert check report export import
 complete -c zamxml -n "not __fish_seen_subcommand_from $verbs" -f -a "$verbs"
 complete -c zamxml -n "not __fish_seen_subcommand_from $verbs" -l version -d "Version"
 complete -c zamxml -l help -s h -d "Help"
 complete -c zamxml -n "__fish_seen_subcommand_from show log diff blame amend revert check" -l json -d "Print JSON"
 complete -c zamxml -n "__fish_seen_subcommand_from show export" -l at -x -a "original last" -d "Position"
-complete -c zamxml -n "__fish_seen_subcommand_from new import amend revert" -l force -d "Replace a file"
+complete -c zamxml -n "__fish_seen_subcommand_from new import report amend revert" -l force -d "Replace a file"
 complete -c zamxml -n "__fish_seen_subcommand_from new amend" -l set -x -d "PATH[@ATTR]=VALUE"
 complete -c zamxml -n "__fish_seen_subcommand_from new amend" -l create -d "Add elements and attributes"
 complete -c zamxml -n "__fish_seen_subcommand_from amend" -l name -x -d "PATH=FULL^FAMILY^GIVEN^MIDDLE^PREFIX^SUFFIX"
@@ -15,9 +15,9 @@ complete -c zamxml -n "__fish_seen_subcommand_from log amend revert" -l user -x 
 complete -c zamxml -n "__fish_seen_subcommand_from amend revert" -l user-name -x -d "Name of the user"
 complete -c zamxml -n "__fish_seen_subcommand_from amend revert" -l uid -x -d "Identifier of the modification"
 complete -c zamxml -n "__fish_seen_subcommand_from amend revert" -l code -x -d "Code of the changes"
-complete -c zamxml -n "__fish_seen_subcommand_from amend revert" -l output -s o -r -d "Write there"
+complete -c zamxml -n "__fish_seen_subcommand_from amend revert report" -l output -s o -r -d "Write there"
 complete -c zamxml -n "__fish_seen_subcommand_from amend revert" -l dry-run -s n -d "Write nothing"
-complete -c zamxml -n "__fish_seen_subcommand_from new import amend revert" -l wait -x -d "Seconds to wait"
+complete -c zamxml -n "__fish_seen_subcommand_from new import report amend revert" -l wait -x -d "Seconds to wait"
 complete -c zamxml -n "__fish_seen_subcommand_from amend revert" -l change-document-id -d "Let DocumentInfo/ID be changed"
 complete -c zamxml -n "__fish_seen_subcommand_from log" -l patch -s p -d "Show each change"
 complete -c zamxml -n "__fish_seen_subcommand_from log" -l since -x -d "From this date on"

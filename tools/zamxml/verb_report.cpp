@@ -1,0 +1,75 @@
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "document.h"
+#include "failure.h"
+#include "input.h"
+#include "memory.h"
+#include "output.h"
+#include "report_model.h"
+#include "report_page.h"
+#include "target.h"
+#include "text.h"
+#include "verbs.h"
+#include "verify.h"
+
+namespace {
+
+struct Options : TargetOptions {
+  std::string m_File;
+  std::string m_Output;
+};
+
+/// The findings come from a document of its own: proving one leaves it at its last position.
+std::vector<Finding> FindingsIn(Document& document) {
+  Document copy(document.m_Xml, document.Name());
+  return Verify(copy);
+}
+
+std::string PageOf(const Options& options, bool& isSound) {
+  const Input input(options.m_File);
+  Document document(input.Path(), options.m_File);
+  const std::vector<Finding> findings = FindingsIn(document);
+  isSound = findings.empty();
+  const ReportModel model(document);
+  std::string page = ReportPage(document, model, findings);
+  RequireMemory(document.m_Xml);
+  return page;
+}
+
+int Run(const Options& options) {
+  std::optional<TargetLock> lock;
+  if (!options.m_Output.empty()) {
+    std::error_code error;
+    if (std::filesystem::equivalent(options.m_File, options.m_Output, error)) {
+      throw Failure(options.m_Output, "cannot write it", "it is the document itself");
+    }
+    lock.emplace(options.m_Output, options);
+  }
+  bool isSound = true;
+  const std::string page = PageOf(options, isSound);
+  const std::string name = Printable(_bstr_t::FromUtf8(options.m_File));
+  if (lock) {
+    WriteTarget(options.m_Output, page);
+  } else {
+    Deliver(page);
+  }
+  if (!isSound) {
+    WriteError({name, "check finds something; the page tells what"});
+  }
+  return isSound ? ExitFine : ExitFinding;
+}
+
+}  // namespace
+
+void AddReport(CommandLine& line) {
+  line.Add("report", "Make a page that shows a document and its whole history in a browser", Run,
+           [](Verb verb, Options& options) {
+             verb.Text("FILE", options.m_File, "The document", Presence::Required);
+             verb.Text("-o,--output", options.m_Output, "Write the page there");
+             AddTargetOptions(verb, options);
+           });
+}
