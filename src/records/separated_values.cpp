@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -14,19 +13,40 @@ namespace {
 template <class Datum>
 using Bytes = std::array<unsigned char, sizeof(Datum)>;
 
+/// Reads a sign and as many digits as 64 bits surely hold, and moves on behind them.
+std::int64_t ReadPlain(const char16_t*& unit, const char16_t* end) noexcept {
+  const bool negative = *unit == u'-';
+  unit += negative ? 1 : 0;
+  const char16_t* const last = unit + std::min<std::ptrdiff_t>(end - unit, 18);
+  std::int64_t magnitude = 0;
+  for (; unit != last && *unit >= u'0' && *unit <= u'9'; ++unit) {
+    magnitude = 10 * magnitude + (*unit - u'0');
+  }
+  return negative ? -magnitude : magnitude;
+}
+
 /// Gathers units and appends them to a text in runs.
 class TextBuilder {
 public:
   explicit TextBuilder(CString& text) : m_Text(text) {}
 
-  template <class Unit>
-  void Append(std::basic_string_view<Unit> units) {
-    for (const Unit unit : units) {
-      if (m_Used == m_Run.size()) {
-        Flush();
-      }
-      m_Run[m_Used++] = static_cast<char16_t>(unit);
+  /// Where so many units can be written, at most the length of a run.
+  char16_t* Room(std::size_t units) {
+    if (m_Run.size() - m_Used < units) {
+      Flush();
     }
+    return m_Run.data() + m_Used;
+  }
+  /// Takes over what has been written into the room, up to there.
+  void Advance(const char16_t* end) { m_Used = static_cast<std::size_t>(end - m_Run.data()); }
+
+  void Append(std::u16string_view units) {
+    if (units.size() > m_Run.size()) {
+      Flush();
+      m_Text += units;
+      return;
+    }
+    Advance(std::copy(units.begin(), units.end(), Room(units.size())));
   }
 
   void Flush() {
@@ -36,18 +56,54 @@ public:
 
 private:
   CString& m_Text;
-  std::array<char16_t, 1024> m_Run{};
+  std::array<char16_t, 4096> m_Run;
   std::size_t m_Used = 0;
 };
+
+std::size_t CountDigits(std::uint32_t number) noexcept {
+  std::size_t digits = 1;
+  for (; number >= 1000; number /= 1000) {
+    digits += 3;
+  }
+  return digits + (number >= 10 ? 1 : 0) + (number >= 100 ? 1 : 0);
+}
+
+/// Writes a number in decimal and gives where it ends. std::to_chars would write bytes, each of
+/// which had to be widened.
+template <class Datum>
+char16_t* WriteDecimal(char16_t* out, Datum number) {
+  static constexpr auto pairs = [] {
+    std::array<char16_t, 200> digits{};
+    for (unsigned int i = 0; i < 100; ++i) {
+      digits[2 * i] = static_cast<char16_t>(u'0' + i / 10);
+      digits[2 * i + 1] = static_cast<char16_t>(u'0' + i % 10);
+    }
+    return digits;
+  }();
+  const std::int64_t wide = number;
+  auto magnitude = static_cast<std::uint32_t>(wide < 0 ? -wide : wide);
+  *out = u'-';
+  out += wide < 0 ? 1 : 0;
+  char16_t* const end = out + CountDigits(magnitude);
+  char16_t* first = end;
+  for (; magnitude >= 100; magnitude /= 100) {
+    first -= 2;
+    std::memcpy(first, &pairs[2 * std::size_t{magnitude % 100}], 2 * sizeof(char16_t));
+  }
+  first[-1] = pairs[2 * magnitude + 1];
+  if (magnitude >= 10) {
+    first[-2] = pairs[2 * magnitude];
+  }
+  return end;
+}
 
 template <class Datum>
 void EncodeAs(CString& text, std::u16string_view separator, const unsigned char* data, int count,
               bool invert) {
-  std::array<char, std::numeric_limits<Datum>::digits10 + 2> digits{};
-  // Room for the longest numbers: growing step by step takes longer than the conversion.
-  const std::uint64_t longest =
-      (digits.size() + separator.size()) * static_cast<std::uint64_t>(count);
-  text.Reserve(static_cast<int>(std::min<std::uint64_t>(longest, std::numeric_limits<int>::max())));
+  constexpr std::size_t longest = std::numeric_limits<Datum>::digits10 + 2;
+  // Growing step by step takes longer than the conversion.
+  const std::uint64_t room = (longest + separator.size()) * static_cast<std::uint64_t>(count);
+  text.Reserve(static_cast<int>(std::min<std::uint64_t>(room, std::numeric_limits<int>::max())));
   TextBuilder builder(text);
   for (int i = 0; i < count; ++i, data += sizeof(Datum)) {
     Bytes<Datum> bytes;
@@ -55,36 +111,47 @@ void EncodeAs(CString& text, std::u16string_view separator, const unsigned char*
     if (invert) {
       std::reverse(bytes.begin(), bytes.end());
     }
-    if (i > 0) {
+    if (i > 0 && separator.size() > 1) {
       builder.Append(separator);
     }
-    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(),
-                                       static_cast<int>(std::bit_cast<Datum>(bytes)));
-    builder.Append(std::string_view(digits.data(), written.ptr));
+    char16_t* const out = builder.Room(longest + 1);
+    out[0] = separator[0];
+    const bool separates = i > 0 && separator.size() == 1;
+    builder.Advance(WriteDecimal(out + (separates ? 1 : 0), std::bit_cast<Datum>(bytes)));
   }
   builder.Flush();
 }
 
+/// Separators are split at without a search when there is one unit only, as nearly always.
 template <class Datum>
 int DecodeAs(std::u16string_view text, std::u16string_view separator, unsigned char* data,
              int count, bool invert) noexcept {
+  const char16_t first = separator.empty() ? u'\0' : separator.front();
+  const bool single = separator.size() == 1;
+  const auto separates = [&](char16_t unit) {
+    return single ? unit == first : separator.find(unit) != std::u16string_view::npos;
+  };
+  // A separator that numbers are written with ends them where a plain reading would go on.
+  const bool plain = separator.find_first_of(u"-0123456789") == std::u16string_view::npos;
+  const char16_t* unit = text.data();
+  const char16_t* const end = unit + text.size();
   int stored = 0;
-  std::size_t position = 0;
-  while (stored < count) {
-    position = text.find_first_not_of(separator, position);
-    if (position == std::u16string_view::npos) {
+  for (; stored < count; ++stored, data += sizeof(Datum)) {
+    unit = std::find_if_not(unit, end, separates);
+    if (unit == end) {
       break;
     }
-    const std::size_t end = std::min(text.find_first_of(separator, position), text.size());
-    const std::int64_t number = ParseInteger(text.substr(position, end - position));
+    const char16_t* const begin = unit;
+    std::int64_t number = plain ? ReadPlain(unit, end) : 0;
+    if (!plain || (unit != end && !separates(*unit))) {
+      unit = std::find_if(unit, end, separates);
+      number = ParseInteger({begin, unit});
+    }
     auto bytes = std::bit_cast<Bytes<Datum>>(static_cast<Datum>(number));
     if (invert) {
       std::reverse(bytes.begin(), bytes.end());
     }
     std::memcpy(data, bytes.data(), bytes.size());
-    data += bytes.size();
-    ++stored;
-    position = end;
   }
   return stored;
 }
