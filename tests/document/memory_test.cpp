@@ -1,7 +1,4 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -39,8 +36,6 @@ struct Road {
 
 void PrintTo(const Road& road, std::ostream* stream) { *stream << road.m_Name; }
 
-const std::u16string Long(300, u'n');
-
 void Require(bool done) {
   if (!done) {
     throw std::runtime_error("A road cannot be prepared");
@@ -62,23 +57,27 @@ std::string Original(const std::string& headerId) {
   return test::Saved(document.m_Xml);
 }
 
-void Write(const Host& host, const std::string& headerId) {
-  static const std::string unknown = Original("UNKNOWN");
-  static const std::string other = Original("OTHER");
-  test::WriteBytes(host.m_Path.utf8(), headerId == "OTHER" ? other : unknown);
+void Write(Host& host) {
+  static const std::string bytes = Original("UNKNOWN");
+  test::WriteBytes(host.m_Path.utf8(), bytes);
 }
 
-void Open(Host& host, const std::string& headerId = "UNKNOWN") {
-  Write(host, headerId);
+void OpenWritten(Host& host) {
   Require(host.Open(host.m_Path, nullptr) == 1);
   host.m_Xml.SetDurable(0);
 }
 
-void OpenOther(Host& host) { Open(host, "OTHER"); }
+void Open(Host& host) { Write(host), OpenWritten(host); }
 
-void OpenWithTemplate(Host& host) {
+/// Saving a document of another kind builds it anew.
+void OpenOther(Host& host) {
+  static const std::string bytes = Original("OTHER");
+  test::WriteBytes(host.m_Path.utf8(), bytes);
+  OpenWritten(host);
+}
+
+void AddTemplate(Host& host) {
   host.m_Templates.AddXmlResource(1, "<KESTRANE_ZAM><Logo>x</Logo></KESTRANE_ZAM>");
-  OpenOther(host);
 }
 
 void FillNew(Host& host) {
@@ -92,13 +91,14 @@ void FillNew(Host& host) {
 int Begin(Host& host) { return host.BeginModify(u"2.25.1", u"kim", u"Kim"); }
 
 int AddItems(Host& host) {
+  static const _bstr_t weight = u"PatientInfo/Weight";
+  static const _bstr_t longText = std::u16string(300, u'n');
   ZAMXMLName name;
   name.m_Full = u"Park";
   ZAMXMLStatement list;
   list.AddStatement(u"three");
-  return host.AddChangeItem(u"", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING, Long) >= 0 &&
-                 host.AddChangeItem(u"", u"PatientInfo/Weight", u"Unit", ZAMXML_VTYPE_STRING,
-                                    u"lb") >= 0 &&
+  return host.AddChangeItem(u"", weight, u"", ZAMXML_VTYPE_STRING, longText) >= 0 &&
+                 host.AddChangeItem(u"", weight, u"Unit", ZAMXML_VTYPE_STRING, u"lb") >= 0 &&
                  host.AddChangeItemName(u"", u"PatientInfo/Name", name) >= 0 &&
                  host.AddChangeItemStatement(u"", u"Foreign/List", list) >= 0
              ? 1
@@ -109,29 +109,6 @@ void OpenEdit(Host& host) {
   Open(host);
   Require(Begin(host) == 1 && AddItems(host) == 1);
 }
-
-void OpenCommitted(Host& host) {
-  OpenEdit(host);
-  Require(host.CommitModify() == 1);
-}
-
-/// The last thing in the log of the tree is a warning.
-void OpenCommittedControl(Host& host) {
-  Open(host);
-  Require(Begin(host) == 1 &&
-          host.AddChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, u"\u0001") == 0 &&
-          host.CommitModify() == 1);
-}
-
-void OpenSource(Host& host) {
-  Open(host);
-  test::Load(host.m_Source, test::DocumentBytes(test::ThreeWeights()));
-}
-
-int Save(Host& host) { return host.Save(); }
-int SaveAs(Host& host) { return host.SaveAs(host.m_Path, nullptr); }
-int ShowLast(Host& host) { return host.SetHistoryToLast(); }
-int ShowOriginal(Host& host) { return host.SetHistoryToOriginal(); }
 
 int Edit(Host& host) {
   if (host.m_pModification != nullptr) {
@@ -150,21 +127,38 @@ int Commit(Host& host) {
   return host.SetHistory(2);
 }
 
+int Save(Host& host) { return host.Save(); }
+int ShowLast(Host& host) { return host.SetHistoryToLast(); }
+
 const Road AllRoads[] = {
-    {"SaveAsNew", FillNew, SaveAs},
-    {"Save", [](Host& host) { Open(host); }, Save},
+    {"SaveAsNew", FillNew, [](Host& host) { return host.SaveAs(host.m_Path, nullptr); }},
+    {"Save", Open, Save},
     {"SaveRebuilding", OpenOther, Save},
-    {"SaveThroughTemplate", OpenWithTemplate, Save},
+    {"SaveThroughTemplate", [](Host& host) { AddTemplate(host), OpenOther(host); }, Save},
+    {"CopyTemplate", [](Host& host) { AddTemplate(host), Write(host); },
+     [](Host& host) { return Host::CopyXMLTemplate(&host.m_Templates, 1, host.m_Path); }},
     {"BeginModifyRebuilding", OpenOther, Begin},
-    {"Edit", [](Host& host) { Open(host); }, Edit},
+    {"Edit", Open, Edit},
     {"Commit", OpenEdit, Commit},
-    {"Open", [](Host& host) { Write(host, "UNKNOWN"); },
-     [](Host& host) { return host.Open(host.m_Path, nullptr); }, true},
-    {"OpenFromXML", OpenSource, [](Host& host) { return host.OpenFromXML(host.m_Source, nullptr); },
-     true},
-    {"ShowOriginal", [](Host& host) { Open(host); }, ShowOriginal},
-    {"ShowCommitted", OpenCommitted, ShowLast},
-    {"ShowReplaced", OpenCommittedControl, ShowLast},
+    {"Open", Write, [](Host& host) { return host.Open(host.m_Path, nullptr); }, true},
+    {"OpenFromXML",
+     [](Host& host) {
+       Open(host);
+       test::Load(host.m_Source, test::DocumentBytes(test::ThreeWeights()));
+     },
+     [](Host& host) { return host.OpenFromXML(host.m_Source, nullptr); }, true},
+    {"ShowOriginal", Open, [](Host& host) { return host.SetHistoryToOriginal(); }},
+    {"ShowCommitted", [](Host& host) { OpenEdit(host), Require(host.CommitModify() == 1); },
+     ShowLast},
+    // The last thing in the log of the tree is a warning.
+    {"ShowReplaced",
+     [](Host& host) {
+       Open(host);
+       Require(Begin(host) == 1 && host.AddChangeItem(u"", u"PatientInfo/ID", u"",
+                                                      ZAMXML_VTYPE_STRING, u"\u0001") == 0 &&
+               host.CommitModify() == 1);
+     },
+     ShowLast},
 };
 
 /// The stamps of a commit differ from run to run.
@@ -206,44 +200,21 @@ std::string Shown(Host& host) {
   return WithoutClock(shown);
 }
 
-class Roads : public testing::TestWithParam<Road> {
+class Roads : public test::DocumentTest, public testing::WithParamInterface<Road> {
 protected:
-  Roads() {
-    std::filesystem::create_directory(m_Folder.Path("tmp"));
-    setenv("TMPDIR", m_Folder.Path("tmp").c_str(), 1);
-    std::filesystem::create_directory(m_Folder.Path("documents"));
-  }
-  ~Roads() override { unsetenv("TMPDIR"); }
-
   std::string Bytes() const {
-    return std::filesystem::exists(m_File) ? WithoutClock(test::ReadBytes(m_File)) : "none";
+    return std::filesystem::exists(m_Path) ? WithoutClock(test::ReadBytes(m_Path)) : "none";
   }
-
-  /// The files beside the document and the temporary ones.
-  std::size_t FileCount() const {
-    std::size_t count = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(m_Folder.Path(""))) {
-      count += entry.is_regular_file() ? 1 : 0;
-    }
-    return count;
-  }
-
-  test::TemporaryFolder m_Folder{test::TemporaryFolder::Medium::Memory};
-  std::filesystem::path m_File = m_Folder.Path("documents/document.xml");
 };
 
 TEST_P(Roads, EndOldOrNew) {
   const Road& road = GetParam();
-  std::string oldBytes;
-  std::string oldShown;
-  std::string newBytes;
-  std::string newShown;
-  std::string newUnedited;
+  std::string oldBytes, oldShown, newBytes, newShown, newUnedited;
   std::size_t newFiles = 0;
   test::ForEachShortage([&](test::Shortage& shortage) {
-    std::filesystem::remove(m_File);
+    std::filesystem::remove(m_Path);
     Host host;
-    host.m_Path = m_File.c_str();
+    host.m_Path = m_Path.c_str();
     road.m_Prepare(host);
     if (oldShown.empty()) {
       oldBytes = Bytes();
@@ -256,7 +227,7 @@ TEST_P(Roads, EndOldOrNew) {
       EXPECT_EQ(result, 1);
       newBytes = Bytes();
       newShown = Shown(host);
-      newFiles = FileCount();
+      newFiles = Names("").size();
       host.CancelModify();
       newUnedited = Shown(host);
       return;
@@ -281,7 +252,7 @@ TEST_P(Roads, EndOldOrNew) {
     EXPECT_EQ(road.m_Take(host), 1) << "the same object works afterwards";
     EXPECT_EQ(Bytes(), newBytes);
     EXPECT_EQ(Shown(host), newShown);
-    EXPECT_EQ(FileCount(), newFiles);
+    EXPECT_EQ(Names("").size(), newFiles);
   });
 }
 
@@ -314,21 +285,6 @@ TEST(Memory, BlockIsOldOrNew) {
     const std::string samples(stored.GetBinary(), stored.GetBinary() + stored.m_BinaryLength);
     EXPECT_TRUE(samples == std::string(600, 2) || (result == 0 && samples == std::string(600, 1)));
     EXPECT_EQ(block.WriteToXML(xml, root, nullptr), 1);
-  });
-}
-
-TEST(Memory, TemplateOrOldFile) {
-  const test::TemporaryFolder folder;
-  const std::string path = folder.Path("document.xml");
-  ZAMModule module;
-  module.AddXmlResource(1, "<KESTRANE_ZAM/>");
-  test::ForEachShortage([&](test::Shortage& shortage) {
-    test::WriteBytes(path, "old");
-    const _bstr_t target = path.c_str();
-    const int result = shortage.During([&] { return Host::CopyXMLTemplate(&module, 1, target); });
-    EXPECT_TRUE(shortage.Happened() || result == 1);
-    EXPECT_EQ(test::ReadBytes(path), result == 1 ? "<KESTRANE_ZAM/>" : "old");
-    EXPECT_EQ(Host::CopyXMLTemplate(&module, 1, target), 1);
   });
 }
 
