@@ -8,33 +8,41 @@
 
 namespace {
 
+using Strings = std::vector<std::string>;
+
 const std::string Long(10000, 'x');
 
-using NameParts = std::array<std::string, 6>;
-constexpr std::array<_bstr_t ZAMXMLName::*, 6> Parts = {
-    &ZAMXMLName::m_Full,   &ZAMXMLName::m_Family, &ZAMXMLName::m_Given,
-    &ZAMXMLName::m_Middle, &ZAMXMLName::m_Prefix, &ZAMXMLName::m_Suffix};
+constexpr std::array Parts = {&ZAMXMLName::m_Full,   &ZAMXMLName::m_Family, &ZAMXMLName::m_Given,
+                              &ZAMXMLName::m_Middle, &ZAMXMLName::m_Prefix, &ZAMXMLName::m_Suffix};
 
-NameParts Unfolded(const _bstr_t& folded) {
+/// The parts of the name up to the last that holds a text.
+Strings Unfolded(const _bstr_t& folded) {
   ZAMXMLName name;
-  NameParts parts;
   for (const auto part : Parts) {
     name.*part = u"stale";
   }
   ZAMXMLChangeItem::DecodeXMLName(folded, name);
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    parts[i] = (name.*Parts[i]).utf8();
-    EXPECT_FALSE(!(name.*Parts[i]));
+  Strings parts;
+  for (const auto part : Parts) {
+    parts.push_back((name.*part).utf8());
+    EXPECT_FALSE(!(name.*part));
+  }
+  while (!parts.empty() && parts.back().empty()) {
+    parts.pop_back();
   }
   return parts;
 }
 
-TEST(ValueEncoding, NameFoldsAndUnfolds) {
-  const struct {
-    NameParts m_Parts;
-    std::string m_Folded;
-    NameParts m_Unfolded;
-  } rows[] = {
+struct Row {
+  Strings m_Texts;
+  std::string m_Folded;
+  Strings m_Unfolded;
+};
+
+_bstr_t Text(const std::string& text) { return text.empty() ? _bstr_t() : _bstr_t::FromUtf8(text); }
+
+TEST(ValueEncoding, Name) {
+  const Row rows[] = {
       {{"A B", "A", "B"}, "A B^A^B^^^", {"A B", "A", "B"}},
       {{}, "^^^^^", {}},
       {{"\xE5\xB1\xB1", " ", "\n"}, "\xE5\xB1\xB1^ ^\n^^^", {"\xE5\xB1\xB1", " ", "\n"}},
@@ -42,22 +50,18 @@ TEST(ValueEncoding, NameFoldsAndUnfolds) {
       {{"A^B", "C", "D", "E", "F", "G"}, "A^B^C^D^E^F^G", {"A", "B", "C", "D", "E", "F"}},
       {{Long, Long}, Long + "^" + Long + "^^^^", {Long, Long}},
   };
-  for (const auto& row : rows) {
+  for (const Row& row : rows) {
     ZAMXMLName name;
-    for (std::size_t i = 0; i < Parts.size(); ++i) {
-      name.*Parts[i] = row.m_Parts[i].empty() ? _bstr_t() : _bstr_t::FromUtf8(row.m_Parts[i]);
+    for (std::size_t i = 0; i < row.m_Texts.size(); ++i) {
+      name.*Parts[i] = Text(row.m_Texts[i]);
     }
     _bstr_t folded;
     ZAMXMLChangeItem::EncodeXMLName(name, folded);
     EXPECT_EQ(folded.utf8(), row.m_Folded);
     EXPECT_EQ(Unfolded(folded), row.m_Unfolded);
   }
-}
-
-TEST(ValueEncoding, NameUnfoldsFromAnyText) {
-  EXPECT_EQ(Unfolded(u"^B"), (NameParts{"", "B"}));
   for (const char16_t* text : {u"", static_cast<const char16_t*>(nullptr), u"^", u"^^^^^^^"}) {
-    EXPECT_EQ(Unfolded(text), NameParts{});
+    EXPECT_EQ(Unfolded(text), Strings{});
   }
   ZAMXMLName name;
   name.m_Full = u"A^B";
@@ -65,20 +69,16 @@ TEST(ValueEncoding, NameUnfoldsFromAnyText) {
   EXPECT_EQ(name.m_Full + u"/" + name.m_Family, u"A/B") << "the text is one of the name's own";
 }
 
-TEST(ValueEncoding, StatementFoldsAndUnfolds) {
-  const struct {
-    std::vector<std::string> m_Entries;
-    std::string m_Folded;
-    std::vector<std::string> m_Unfolded;
-  } rows[] = {
+TEST(ValueEncoding, Statements) {
+  const Row rows[] = {
       {{"a", "b", "c"}, "a^b^c", {"a", "b", "c"}},    {{}, "", {}},
       {{"", "a", "", "b", ""}, "^a^^b^", {"a", "b"}}, {{"a^b"}, "a^b", {"a", "b"}},
       {{Long, "b"}, Long + "^b", {Long, "b"}},
   };
-  for (const auto& row : rows) {
+  for (const Row& row : rows) {
     ZAMXMLStatement list;
-    for (const std::string& entry : row.m_Entries) {
-      list.AddStatement(entry.empty() ? _bstr_t() : _bstr_t::FromUtf8(entry));
+    for (const std::string& text : row.m_Texts) {
+      list.AddStatement(Text(text));
     }
     _bstr_t folded;
     ZAMXMLChangeItem::EncodeXMLStatement(list, folded);
@@ -86,11 +86,11 @@ TEST(ValueEncoding, StatementFoldsAndUnfolds) {
     EXPECT_FALSE(!folded);
 
     ZAMXMLChangeItem::DecodeXMLStatement(folded, list);
-    std::vector<std::string> entries;
-    for (_bstr_t entry; list.GetStatement(static_cast<int>(entries.size()), entry) != 0;) {
-      entries.push_back(entry.utf8());
+    Strings texts;
+    for (_bstr_t text; list.GetStatement(static_cast<int>(texts.size()), text) != 0;) {
+      texts.push_back(text.utf8());
     }
-    EXPECT_EQ(entries, row.m_Unfolded);
+    EXPECT_EQ(texts, row.m_Unfolded);
   }
 }
 

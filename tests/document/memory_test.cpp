@@ -154,8 +154,9 @@ const Road AllRoads[] = {
     {"ShowReplaced",
      [](Host& host) {
        Open(host);
-       Require(Begin(host) == 1 && host.AddChangeItem(u"", u"PatientInfo/ID", u"",
-                                                      ZAMXML_VTYPE_STRING, u"\u0001") == 0 &&
+       Require(Begin(host) == 1 &&
+               host.AddChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, u"\u0001") ==
+                   0 &&
                host.CommitModify() == 1);
      },
      ShowLast},

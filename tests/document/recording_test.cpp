@@ -156,8 +156,9 @@ TEST_F(Recording, AnyTextOpensAgain) {
   for (int i = 0; i < 5000; ++i) {
     steps += u"s/";
   }
-  const _bstr_t texts[] = {u"\u0001", u"\xD800", std::u16string(u"a\0b", 3), u"\xFFFE", u"", steps,
-                           u" ",      u"]]>\r",  u"a/",                      u"1 <>&"};
+  const _bstr_t texts[] = {
+      u"\u0001", u"\xD800", std::u16string(u"a\0b", 3), u"\xFFFE", u"", steps, u" ", u"]]>\r",
+      u"a/",     u"1 <>&"};
   for (const _bstr_t& text : texts) {
     SCOPED_TRACE(&text - texts);
     ASSERT_EQ(Open(test::DocumentBytes()), 1);

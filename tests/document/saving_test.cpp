@@ -37,14 +37,16 @@ TEST_F(DocumentSaving, NewIsBuiltOnce) {
 
 TEST_F(DocumentSaving, OriginalIsStored) {
   const std::string weights = test::DocumentBytes(test::ThreeWeights());
-  const std::string sample =
-      test::ReadBytes(ZAMXML_SOURCE_DIR "/share/samples/worked-example.xml");
+  const std::string sample = test::ReadBytes(ZAMXML_SOURCE_DIR "/share/samples/worked-example.xml");
   const struct {
     const std::string& m_Bytes;
     int m_Position;
     std::vector<std::string> m_Shown;
-  } rows[] = {{weights, 2, {"58", "62"}}, {weights, 1, {"58", "61"}}, {weights, 0, {"58", "60"}},
-              {weights, -1, {}},          {sample, 1, {"136", "136"}}};
+  } rows[] = {{weights, 2, {"58", "62"}},
+              {weights, 1, {"58", "61"}},
+              {weights, 0, {"58", "60"}},
+              {weights, -1, {}},
+              {sample, 1, {"136", "136"}}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.m_Position);
     ASSERT_EQ(Open(row.m_Bytes), 1);

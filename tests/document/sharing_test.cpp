@@ -42,18 +42,17 @@ int RecordAndRebuild(const fs::path& path) {
 
 TEST_F(Sharing, KilledProcessLeavesNothing) {
   int count = 3;
-  const int kills = test::ForEachKill(
-      [this] { RecordAndRebuild(m_Path); },
-      [this, &count] {
-        ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
-        const int found = m_Document.GetHistoryCount();
-        ASSERT_TRUE(found == count || found == count + 1);
-        ASSERT_EQ(m_Document.Weight(), u"62");
-        count = found + 1;
-        ASSERT_EQ(RecordAndRebuild(m_Path), 1);
-        ASSERT_EQ(Names("documents").size(), 1U);
-        ASSERT_EQ(Names("tmp").size(), 1U);
-      });
+  const int kills = test::ForEachKill([this] { RecordAndRebuild(m_Path); },
+                                      [this, &count] {
+                                        ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+                                        const int found = m_Document.GetHistoryCount();
+                                        ASSERT_TRUE(found == count || found == count + 1);
+                                        ASSERT_EQ(m_Document.Weight(), u"62");
+                                        count = found + 1;
+                                        ASSERT_EQ(RecordAndRebuild(m_Path), 1);
+                                        ASSERT_EQ(Names("documents").size(), 1U);
+                                        ASSERT_EQ(Names("tmp").size(), 1U);
+                                      });
   EXPECT_GT(kills, 100);
   EXPECT_FALSE(HasFailure()) << kills;
 }

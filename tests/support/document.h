@@ -107,7 +107,8 @@ protected:
   /// What an element below the root holds in the file; "(none)" where there is none.
   std::string Stored(const std::u16string& path) const;
 
-  /// The names below the folder "documents" or "tmp", sorted. The user's folder stays in the latter.
+  /// The names below the folder "documents" or "tmp", sorted. The user's folder stays in the
+  /// latter.
   std::vector<std::string> Names(const char* folder) const;
 
   TemporaryFolder m_Folder{TemporaryFolder::Medium::Memory};

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 
 namespace {
@@ -24,9 +23,7 @@ bool Fails() noexcept {
   if (left == 0 || left-- > 1) {
     return false;
   }
-  if (ever) {
-    left = 1;
-  }
+  left = ever ? 1 : 0;
   (void)!::write(9, "x", 1);
   errno = ENOMEM;
   return true;
@@ -48,7 +45,6 @@ extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
-void* __libc_memalign(size_t alignment, size_t size);
 
 void* malloc(size_t size) noexcept { return Fails() ? nullptr : __libc_malloc(size); }
 
@@ -58,17 +54,6 @@ void* calloc(size_t count, size_t size) noexcept {
 
 void* realloc(void* memory, size_t size) noexcept {
   return Fails() ? nullptr : __libc_realloc(memory, size);
-}
-
-void* memalign(size_t alignment, size_t size) noexcept {
-  return Fails() ? nullptr : __libc_memalign(alignment, size);
-}
-
-void* aligned_alloc(size_t alignment, size_t size) noexcept { return memalign(alignment, size); }
-
-int posix_memalign(void** memory, size_t alignment, size_t size) noexcept {
-  *memory = memalign(alignment, size);
-  return *memory != nullptr ? 0 : ENOMEM;
 }
 
 int __libc_start_main(Main program, int count, char** arguments, void (*start)(), void (*end)(),
