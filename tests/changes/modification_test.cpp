@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -82,19 +83,15 @@ TEST(ModificationGroup, ComesBackInOrder) {
 }
 
 /// A host's own kind of modification, which looks at the list when it is deleted.
-class Watching : public ZAMXMLModification {
-public:
+struct Watching : public ZAMXMLModification {
   explicit Watching(ZAMXMLModificationGroup& list) : m_List(list) {}
   ~Watching() override {
-    for (int i = 0; i < m_List.GetCount(); ++i) {
-      EXPECT_NE(m_List.GetModification(i), this);
-    }
+    const auto& left = m_List.m_ModificationList;
+    EXPECT_EQ(std::find(left.begin(), left.end(), this), left.end());
     m_Left += std::to_string(m_List.GetCount()) + ' ';
   }
 
   static inline std::string m_Left;
-
-private:
   ZAMXMLModificationGroup& m_List;
 };
 

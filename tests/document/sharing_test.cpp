@@ -91,11 +91,8 @@ TEST_F(Sharing, ChangedFileIsSeen) {
   // Another saves right before the n-th such call of the step: when a file that was read is closed,
   // when the folder of a file that was saved is flushed.
   const auto meanwhile = [this](Call which, int number, const std::function<void()>& step) {
-    const test::BeforeEachCall before([&](Call call) {
-      if (call == which && --number == 0) {
-        SaveByAnother();
-      }
-    });
+    const test::BeforeEachCall before(
+        [&](Call call) { call == which && --number == 0 ? SaveByAnother() : void(); });
     step();
   };
   const struct {
@@ -122,12 +119,12 @@ TEST_F(Sharing, ChangedFileIsSeen) {
       {"an edit, after it was replaced", 1,
        [&](auto& document) { SaveByAnother(), document.Begin(); }},
       {"a save that fails", 0,
-       [](auto& document) {
+       [&](auto& document) {
          const test::FailingCall full(Call::Write, 1, ENOSPC);
          EXPECT_EQ(document.Save(), 0);
        }},
       {"a failed save through a template", 0,
-       [](auto& document) {
+       [&](auto& document) {
          document.m_Template = "<KESTRANE_ZAM/>";
          document.m_Failing = "write-study";
          EXPECT_EQ(document.Save(), 0);

