@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "support/record.h"
 
@@ -18,32 +19,27 @@ TEST(ChangeItem, TypeIsReadInAnyCase) {
       {"statement", ZAMXML_VTYPE_STATEMENT}, {"", ZAMXML_VTYPE_STRING},
   };
   ZAMXMLChangeItem item;
+  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_NONE);
   for (const auto& [word, type] : rows) {
     ReadFrom(std::string("<ValueType>") + word + "</ValueType><Code>k</Code>", item);
     EXPECT_EQ(item.m_ValueType, type) << word;
     EXPECT_EQ(item.m_Code, u"k");
   }
-  item.Clear();
-  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_NONE);
-  ReadFrom("", item);
-  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_STRING);
 }
 
 TEST(ChangeItem, TypeIsWrittenAsWord) {
-  const std::string place = "<Node>A/B</Node><Attribute>c</Attribute>";
   ZAMXMLChangeItem item;
   item.m_Code = u"not stored";
   item.m_Node = u"A/B";
   item.m_Attribute = u"c";
   const char* const words[] = {"", "STRING", "NAME", "STATEMENT", ""};
   for (int type = -1; type <= 3; ++type) {
-    item.m_OldValue = u"gone";
-    item.SetValue(static_cast<ZAMXML_VTYPE>(type), u"new");
     const std::string word = words[type + 1];
-    const std::string content =
-        place + (word.empty()
-                     ? ""
-                     : "<ValueType>" + word + "</ValueType><OldValue/><NewValue>new</NewValue>");
+    item.SetValue(static_cast<ZAMXML_VTYPE>(type), u"new");
+    std::string content = "<Node>A/B</Node><Attribute>c</Attribute>";
+    if (!word.empty()) {
+      content += "<ValueType>" + word + "</ValueType><OldValue/><NewValue>new</NewValue>";
+    }
     EXPECT_EQ(Written(item, "", word.empty() ? 0 : 1), "<Other/>" + content);
     EXPECT_EQ(Written(item, content, word.empty() ? 0 : 1), content + "<Other/>");
   }
@@ -129,6 +125,85 @@ TEST(Modification, WriteReplacesChanges) {
   modification.Clear();
   EXPECT_EQ(modification.GetCount(), 0);
   EXPECT_FALSE(!modification.m_UID);
+}
+
+using Strings = std::vector<std::string>;
+
+const std::string Long(10000, 'x');
+
+struct Row {
+  Strings m_Texts;
+  std::string m_Folded;
+  Strings m_Unfolded;
+};
+
+std::vector<_bstr_t*> PartsOf(ZAMXMLName& name) {
+  return {&name.m_Full,   &name.m_Family, &name.m_Given,
+          &name.m_Middle, &name.m_Prefix, &name.m_Suffix};
+}
+
+TEST(ValueEncoding, Name) {
+  const Row rows[] = {
+      {{"A B", "A", "B"}, "A B^A^B^^^", {"A B", "A", "B", "", "", ""}},
+      {{"\xE5\xB1\xB1", " ", "\n", Long, "", "e"},
+       "\xE5\xB1\xB1^ ^\n^" + Long + "^^e",
+       {"\xE5\xB1\xB1", " ", "\n", Long, "", "e"}},
+      // A part that holds the separator moves those behind it; the last ones fall off.
+      {{"A^B", "C", "D", "E", "F", "G"}, "A^B^C^D^E^F^G", {"A", "B", "C", "D", "E", "F"}},
+      {{"", "", "", "", "", ""}, "^^^^^", {"", "", "", "", "", ""}},
+      // Not folded from any name.
+      {{}, "^B", {"", "B", "", "", "", ""}},
+      {{}, "", {"", "", "", "", "", ""}},
+      {{}, "^^^^^^^", {"", "", "", "", "", ""}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.m_Folded.substr(0, 20));
+    ZAMXMLName name;
+    _bstr_t folded = _bstr_t::FromUtf8(row.m_Folded);
+    for (std::size_t i = 0; i < row.m_Texts.size(); ++i) {
+      *PartsOf(name)[i] = _bstr_t::FromUtf8(row.m_Texts[i]);
+    }
+    if (!row.m_Texts.empty()) {
+      ZAMXMLChangeItem::EncodeXMLName(name, folded);
+      EXPECT_EQ(folded.utf8(), row.m_Folded);
+    }
+    name.m_Suffix = u"stale";
+    ZAMXMLChangeItem::DecodeXMLName(folded, name);
+    Strings parts;
+    for (const _bstr_t* part : PartsOf(name)) {
+      parts.push_back(!*part ? "null" : part->utf8());
+    }
+    EXPECT_EQ(parts, row.m_Unfolded);
+  }
+  ZAMXMLName name;
+  name.m_Full = u"A^B";
+  ZAMXMLChangeItem::DecodeXMLName(name.m_Full, name);
+  EXPECT_EQ(name.m_Full + u"/" + name.m_Family, u"A/B") << "the text is one of the name's own";
+}
+
+TEST(ValueEncoding, Statements) {
+  const Row rows[] = {
+      {{"a", "b", "c"}, "a^b^c", {"a", "b", "c"}},    {{}, "", {}},
+      {{"", "a", "", "b", ""}, "^a^^b^", {"a", "b"}}, {{"a^b"}, "a^b", {"a", "b"}},
+      {{Long, "b"}, Long + "^b", {Long, "b"}},
+  };
+  for (const Row& row : rows) {
+    ZAMXMLStatement list;
+    for (const std::string& text : row.m_Texts) {
+      list.AddStatement(text.empty() ? _bstr_t() : _bstr_t::FromUtf8(text));
+    }
+    _bstr_t folded;
+    ZAMXMLChangeItem::EncodeXMLStatement(list, folded);
+    EXPECT_EQ(folded.utf8(), row.m_Folded);
+    EXPECT_FALSE(!folded);
+
+    ZAMXMLChangeItem::DecodeXMLStatement(folded, list);
+    Strings texts;
+    for (_bstr_t text; list.GetStatement(static_cast<int>(texts.size()), text) != 0;) {
+      texts.push_back(text.utf8());
+    }
+    EXPECT_EQ(texts, row.m_Unfolded);
+  }
 }
 
 }  // namespace

@@ -47,9 +47,9 @@ TEST_F(Lifecycle, ForeignRootNeedsSubclass) {
   EXPECT_EQ(Open("<OldLayout/>"), 0);
   ASSERT_EQ(m_Document.GetLogCount(), 1);
   const ZAMLogEntry& entry = m_Document.GetLog(0);
+  EXPECT_EQ(entry.m_Text + u" " + entry.m_SourceFile + u" " + entry.m_Function,
+            u"Unknown XML file ZAMXMLFile ZAMXMLFile::OnFileOpen");
   EXPECT_EQ(entry.m_Code, -2);
-  EXPECT_EQ(entry.m_Text, u"Unknown XML file");
-  EXPECT_EQ(entry.m_SourceFile + u" " + entry.m_Function, u"ZAMXMLFile ZAMXMLFile::OnFileOpen");
   EXPECT_GT(entry.m_Line, 0);
   EXPECT_EQ(m_Log.GetLogCount(), 1) << "copied into the caller's log";
 
@@ -90,6 +90,33 @@ TEST_F(Lifecycle, OpenFromXmlCopies) {
   test::Load(tree, test::DocumentBytes({}, "StudyInfo"));
   EXPECT_EQ(m_Document.OpenFromXML(tree, &m_Log), 0);
   EXPECT_EQ(m_Document.IsOpened(), 0) << "a document read half-way is closed";
+}
+
+TEST_F(Lifecycle, FailedReadingKeepsHistory) {
+  ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights())), 1);
+  for (const int position : {-2, 3}) {
+    EXPECT_EQ(m_Document._SetHistory(m_Document.m_Xml, position), 0);
+  }
+  for (const char* failing : {"read-header", "read-list", "read-patient", "read-own"}) {
+    SCOPED_TRACE(failing);
+    m_Document.m_Failing = failing;
+    m_Document.ClearLog();
+    m_Document.m_ShownWeights.clear();
+    EXPECT_EQ(m_Document.SetHistory(0), 0);
+    EXPECT_TRUE(m_Document.m_ShownWeights.empty());
+    ASSERT_EQ(m_Document.GetLogCount(), 1);
+    EXPECT_EQ(m_Document.GetLog(0).m_Code, -2009);
+
+    EXPECT_EQ(m_Document.Save(), 1);
+    EXPECT_EQ(Stored(u"PatientInfo/Weight"), "58");
+    m_Document.m_Failing.clear();
+    test::Document reopened;
+    ASSERT_EQ(reopened.Open(m_Path.c_str(), nullptr), 1);
+    EXPECT_EQ(reopened.GetHistoryCount(), 3);
+    ASSERT_EQ(m_Document.SetHistory(0), 1);
+    EXPECT_EQ(m_Document.Weight(), u"60");
+    EXPECT_EQ(m_Document.SetHistory(2), 1);
+  }
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 # faults.sh <folder of the tool> <library whose malloc fails> <sample document>
 # Runs each command of faults.commands with the first, second, third ... allocation failing, once
-# and for ever, until none fails. Whatever fails, it must give what it gives otherwise, with the
-# same exit code; or exit code 2 and one line that says why, with every document as it was, or with
-# the new one said to be saved; and no temporary file. FAULTS_STEP is the distance of the positions
-# that are tried: 499, or 1 for all. FAULTS_ONLY is the beginning of the commands that are.
+# and for ever, until none fails. It must then give what it gives otherwise, with the same exit
+# code; or exit code 2 and one line that says why, with every document as it was, or with the new
+# one said to be saved; and no temporary file. FAULTS_STEP is the distance of the positions that are
+# tried: 499, or 1 for all. FAULTS_ONLY is the beginning of the commands that are.
 set -u
 PATH=$1:$PATH
 library=$2 sample=$3 step=${FAULTS_STEP:-499} commands=$(realpath "$(dirname "$0")/faults.commands")
@@ -39,7 +39,7 @@ judge() {
   if [ "$code" -eq "$wanted_code" ]; then
     [ "$output$documents" = "$wanted_output$wanted" ] || echo "another output or document"
   elif [ "$code" -ne 2 ] || [ "$(wc -l <"$scratch/err")" -ne 1 ]; then
-    echo "exit code $code"
+    echo "exit code $code, $(wc -l <"$scratch/err") lines"
   else
     case $errors in
       "zamxml: "*"it is saved"*) [ "$documents" = "$wanted" ] || echo "another document" ;;
@@ -64,8 +64,8 @@ while IFS= read -r command; do
     refresh
     while play "LD_PRELOAD=$library FAIL_AT=$n $ever" "$command"; [ -s "$scratch/failed" ]; do
       total=$((total + 1)) wrong=$(judge)
-      [ -z "$wrong" ] || echo "zamxml $command: allocation $n $ever: $wrong: $errors"
       [ -z "$wrong" ] || broken=$((broken + 1))
+      [ -z "$wrong" ] || echo "zamxml $command: allocation $n $ever: $wrong: $errors"
       [ "$documents" = "$old" ] || refresh
       n=$((n + step))
     done
