@@ -87,8 +87,7 @@ protected:
 
 TEST_F(Sharing, ChangedFileIsSeen) {
   const std::string elsewhere = m_Folder.Path("elsewhere.xml");
-  // Another saves right before the n-th such call of the step: when a file that was read is closed,
-  // when the folder of a file that was saved is flushed.
+  // Another saves right before the n-th such call of the step.
   const auto meanwhile = [this](Call which, int number, const std::function<void()>& step) {
     const test::BeforeEachCall before(
         [&](Call call) { call == which && --number == 0 ? SaveByAnother() : void(); });
