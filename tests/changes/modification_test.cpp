@@ -35,6 +35,7 @@ TEST(ChangeItem, TypeIsWrittenAsWord) {
   const char* const words[] = {"", "STRING", "NAME", "STATEMENT", ""};
   for (int type = -1; type <= 3; ++type) {
     const std::string word = words[type + 1];
+    item.m_OldValue = u"gone";
     item.SetValue(static_cast<ZAMXML_VTYPE>(type), u"new");
     std::string content = "<Node>A/B</Node><Attribute>c</Attribute>";
     if (!word.empty()) {
