@@ -41,12 +41,20 @@ std::string Shown(ZAMXMLFile& document) {
                 document.m_Modifications);
 }
 
+/// A document that cannot be opened is closed and empty.
 bool Opens(ZAMXMLFile& document, const char* path) {
+  document.m_PatientInfo.m_ID = u"former";
   try {
-    return document.Open(path, nullptr) == 1;
+    if (document.Open(path, nullptr) == 1) {
+      return true;
+    }
   } catch (const _com_error&) {
     return false;  // a change that has no place in the tree
   }
+  fuzz::Require(document.IsOpened() == 0 && document.GetHistoryCount() == 0 &&
+                    document.m_PatientInfo.m_ID.length() == 0,
+                "what cannot be opened is closed and empty");
+  return false;
 }
 
 /// A history that changes itself is read again as another one: moving it is refused.

@@ -13,6 +13,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,7 +34,16 @@ bool operator<(const Place& left, const Place& right) {
          std::pair(Text(right.m_Node), Text(right.m_Attribute));
 }
 
-constexpr Place Places[] = {
+/// More steps than a path keeps apart.
+const Text DeepNode = [] {
+  Text node;
+  for (int i = 0; i < 300; ++i) {
+    node += u"s/";
+  }
+  return node;
+}();
+
+const Place Places[] = {
     {u"PatientInfo/ID", u""},
     {u"PatientInfo/Weight", u""},
     {u"PatientInfo/Weight", u"Unit"},
@@ -48,6 +58,10 @@ constexpr Place Places[] = {
     {u"Own/New/Deep", u""},
     {u"Own/New/Deep", u"a b"},
     {u"1 <>&", u""},
+    {u"", u""},
+    {u"a/", u"\xFFFE"},
+    {u"\xD800", u"]]>\r"},
+    {DeepNode.c_str(), u""},
 };
 constexpr std::size_t FirstOwnPlace = 8;  ///< from here on no record holds the place
 
@@ -72,11 +86,19 @@ constexpr NamePlaces Names[] = {
 /// The text of a list is that of its entries, joined as in a change.
 constexpr const char16_t* Lists[] = {u"Own/List", u"StudyInfo/Own"};
 
-constexpr const char16_t* Texts[] = {u"",    u"58",   u" ",  u"\u0001",    u"<&>\"'",
-                                     u"]]>", u"\r\n", u"\t", u"\xAE40 ab", u"\xD83D\xDE00"};
+constexpr std::u16string_view Texts[] = {
+    u"",     u"58", u" ",         u"\u0001",       u"<&>\"'", u"]]>",
+    u"\r\n", u"\t", u"\xAE40 ab", u"\xD83D\xDE00", u"\xD800", {u"a\0\xFFFE", 3}};
 
-/// What a text is once it is stored.
-Text AsStored(const Text& text) { return text == u"\u0001" ? u"\uFFFD" : text; }
+/// What a text is once it is stored: XML cannot carry every unit.
+Text AsStored(Text text) {
+  for (char16_t& unit : text) {
+    if (unit == 0 || unit == 1 || unit == 0xD800 || unit == 0xFFFE) {
+      unit = 0xFFFD;
+    }
+  }
+  return text;
+}
 
 using Content = std::map<Place, Text>;
 
@@ -206,6 +228,15 @@ private:
   std::size_t m_Left;
 };
 
+/// Counts how often it is told that another position is shown.
+class File : public ZAMXMLFile {
+public:
+  int m_Told = 0;
+
+protected:
+  void OnHistoryChanged() override { ++m_Told; }
+};
+
 /// The host: does each step with the library and with the model.
 class Host {
 public:
@@ -269,13 +300,13 @@ private:
     m_Position = -1;
   }
 
-  static const fuzz::ScratchFile& File(std::size_t number) {
+  static const fuzz::ScratchFile& Scratch(std::size_t number) {
     static const fuzz::ScratchFile files[] = {fuzz::ScratchFile(u"first"),
                                               fuzz::ScratchFile(u"second")};
     return files[number];
   }
 
-  Text AnyText() { return Texts[m_Choices.Below(std::size(Texts))]; }
+  Text AnyText() { return Text(Texts[m_Choices.Below(std::size(Texts))]); }
 
   void New() {
     Forget();
@@ -302,7 +333,7 @@ private:
 
   void OpenFrom(std::size_t file) {
     Forget();
-    const int opened = m_File.Open(File(file).Path(), nullptr);
+    const int opened = m_File.Open(Scratch(file).Path(), nullptr);
     fuzz::Require(opened == (m_Stored[file] ? 1 : 0), "a stored document opens");
     if (opened == 1) {
       m_Shown = m_Stored[file];
@@ -322,7 +353,8 @@ private:
     if (m_Edit && m_Choices.Below(8) != 0) {
       return AddText();
     }
-    fuzz::Require(m_File.BeginModify(u"2.25.1", u"user", u"name") == 1, "an edit can begin");
+    const Text text = AnyText();
+    fuzz::Require(m_File.BeginModify(text, text, text) == 1, "an edit can begin");
     RebuildIfNeeded();
     m_Edit = Edit();
   }
@@ -396,7 +428,9 @@ private:
 
   void MoveTo(int position) {
     const bool there = position >= -1 && position <= m_Shown->Last();
+    const int told = m_File.m_Told + (there && position != m_Position ? 1 : 0);
     fuzz::Require(m_File.SetHistory(position) == (there ? 1 : 0), "a position can be shown");
+    fuzz::Require(m_File.m_Told == told, "the host is told of each move once");
     m_Position = there ? position : m_Position;
   }
 
@@ -409,7 +443,7 @@ private:
   void SaveAs() { SaveTo(m_Choices.Below(2)); }
 
   void SaveTo(std::size_t file) {
-    fuzz::Require(m_File.SaveAs(File(file).Path(), nullptr) == 1, "a document can be saved");
+    fuzz::Require(m_File.SaveAs(Scratch(file).Path(), nullptr) == 1, "a document can be saved");
     RebuildIfNeeded();
     m_Path = file;
     m_Stored[file] = m_Shown;
@@ -431,8 +465,9 @@ private:
   void CheckStored(std::size_t file) {
     ZAMXMLFile document;
     const std::optional<Document>& model = m_Stored[file];
-    fuzz::Require(document.Open(File(file).Path(), nullptr) == (model ? 1 : 0), "what is stored");
-    File(file).Remove();
+    fuzz::Require(document.Open(Scratch(file).Path(), nullptr) == (model ? 1 : 0),
+                  "what is stored");
+    Scratch(file).Remove();
     if (!model) {
       return;
     }
@@ -445,7 +480,7 @@ private:
   }
 
   Choices m_Choices;
-  ZAMXMLFile m_File;
+  File m_File;
   std::optional<Document> m_Shown;
   std::optional<Edit> m_Edit;
   std::size_t m_Path = 0;

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "support/record.h"
 
@@ -9,50 +12,41 @@ namespace {
 using test::ReadFrom;
 using test::Written;
 
-TEST(ChangeItem, ValueTypeWordsCountInAnyCase) {
-  const struct {
-    const char* m_Word;
-    ZAMXML_VTYPE m_Type;
-  } rows[] = {
+TEST(ChangeItem, TypeIsReadInAnyCase) {
+  const std::pair<const char*, ZAMXML_VTYPE> rows[] = {
       {"name", ZAMXML_VTYPE_NAME},           {"Name", ZAMXML_VTYPE_NAME},
-      {"NAME", ZAMXML_VTYPE_NAME},           {"NAMES", ZAMXML_VTYPE_STRING},
-      {"statement", ZAMXML_VTYPE_STATEMENT}, {"String", ZAMXML_VTYPE_STRING},
-      {"NONE", ZAMXML_VTYPE_STRING},         {"", ZAMXML_VTYPE_STRING},
+      {"NAMES", ZAMXML_VTYPE_STRING},        {"NONE", ZAMXML_VTYPE_STRING},
+      {"statement", ZAMXML_VTYPE_STATEMENT}, {"", ZAMXML_VTYPE_STRING},
   };
   ZAMXMLChangeItem item;
-  for (const auto& row : rows) {
-    ReadFrom(std::string("<ValueType>") + row.m_Word + "</ValueType>", item);
-    EXPECT_EQ(item.m_ValueType, row.m_Type) << row.m_Word;
+  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_NONE);
+  for (const auto& [word, type] : rows) {
+    ReadFrom(std::string("<ValueType>") + word + "</ValueType><Code>k</Code>", item);
+    EXPECT_EQ(item.m_ValueType, type) << word;
+    EXPECT_EQ(item.m_Code, u"k");
   }
-  item.Clear();
-  ReadFrom("<Code>k</Code>", item);
-  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_STRING);
-  EXPECT_EQ(item.m_Code, u"k");
 }
 
-TEST(ChangeItem, EveryTypeIsStoredUnderItsWordAndNoOtherIs) {
-  const std::string place = "<Node>A/B</Node><Attribute>c</Attribute>";
+TEST(ChangeItem, TypeIsWrittenAsWord) {
   ZAMXMLChangeItem item;
   item.m_Code = u"not stored";
   item.m_Node = u"A/B";
   item.m_Attribute = u"c";
-  EXPECT_EQ(Written(item, "", 0), "<Other/>" + place);
-  const char* words[] = {"STRING", "NAME", "STATEMENT"};
-  for (int type = 0; type < 3; ++type) {
+  const char* const words[] = {"", "STRING", "NAME", "STATEMENT", ""};
+  for (int type = -1; type <= 3; ++type) {
+    const std::string word = words[type + 1];
     item.m_OldValue = u"gone";
     item.SetValue(static_cast<ZAMXML_VTYPE>(type), u"new");
-    const std::string values = std::string("<ValueType>") + words[type] + "</ValueType>" +
-                               "<OldValue/><NewValue>new</NewValue>";
-    EXPECT_EQ(Written(item), "<Other/>" + place + values);
-    EXPECT_EQ(Written(item, place + values), place + values + "<Other/>");
+    std::string content = "<Node>A/B</Node><Attribute>c</Attribute>";
+    if (!word.empty()) {
+      content += "<ValueType>" + word + "</ValueType><OldValue/><NewValue>new</NewValue>";
+    }
+    EXPECT_EQ(Written(item, "", word.empty() ? 0 : 1), "<Other/>" + content);
+    EXPECT_EQ(Written(item, content, word.empty() ? 0 : 1), content + "<Other/>");
   }
-  item.SetValue(static_cast<ZAMXML_VTYPE>(3), u"new");
-  EXPECT_EQ(Written(item, "", 0), "<Other/>" + place);
-
   const ZAMXMLChangeItem copy(item);
   item.Clear();
   EXPECT_EQ(item.m_Code + item.m_Node + item.m_Attribute + item.m_NewValue, u"");
-  EXPECT_EQ(item.m_ValueType, ZAMXML_VTYPE_NONE);
   item = copy;
   EXPECT_EQ(item.m_Code + item.m_NewValue, u"not storednew");
 }
@@ -67,47 +61,38 @@ std::string Item(const std::string& node) {
          "<OldValue>o</OldValue><NewValue>n</NewValue></Item>";
 }
 
-TEST(ModificationGroup, WhatIsReadIsWrittenBackInOrder) {
+TEST(ModificationGroup, ComesBackInOrder) {
   const std::string content =
       Modification("1", "<Changes>" + Item("A") + Item("B") + "</Changes>") +
       Modification("2", "<Changes/>");
   ZAMXMLModificationGroup list;
   ReadFrom(content, list);
-  ASSERT_EQ(list.GetCount(), 2);
   EXPECT_EQ(Written(list, "<Stale/>" + content), content);
-
   const ZAMXMLModification& first = *list.GetModification(0);
-  ASSERT_EQ(first.GetCount(), 2);
-  EXPECT_EQ(first.m_UserName, u"name");
-  EXPECT_EQ(first.GetChange(1)->m_Node, u"B");
-  EXPECT_EQ(first.GetChange(-1), nullptr);
-  EXPECT_EQ(first.GetChange(2), nullptr);
+  EXPECT_EQ(first.m_UserName + first.GetChange(1)->m_Node, u"nameB");
+  EXPECT_TRUE(first.GetChange(-1) == nullptr && first.GetChange(2) == nullptr);
   EXPECT_THROW(list.GetModification(-1), CInvalidArgException);
   EXPECT_THROW(list.GetModification(2), CInvalidArgException);
   ReadFrom(content, list);
-  EXPECT_EQ(list.GetCount(), 4);
+  EXPECT_EQ(Written(list), content + content) << "reading adds";
   list.Clear();
   EXPECT_EQ(Written(list, content), "");
 }
 
 /// A host's own kind of modification, which looks at the list when it is deleted.
-class Watching : public ZAMXMLModification {
-public:
+struct Watching : public ZAMXMLModification {
   explicit Watching(ZAMXMLModificationGroup& list) : m_List(list) {}
   ~Watching() override {
-    for (int i = 0; i < m_List.GetCount(); ++i) {
-      EXPECT_NE(m_List.GetModification(i), this);
-    }
+    const auto& left = m_List.m_ModificationList;
+    EXPECT_EQ(std::find(left.begin(), left.end(), this), left.end());
     m_Left += std::to_string(m_List.GetCount()) + ' ';
   }
 
   static inline std::string m_Left;
-
-private:
   ZAMXMLModificationGroup& m_List;
 };
 
-TEST(ModificationGroup, ClearDeletesEntryByEntry) {
+TEST(ModificationGroup, ClearDeletesOneByOne) {
   ZAMXMLModificationGroup list;
   for (int i = 0; i < 4; ++i) {
     list.m_ModificationList.Add(new Watching(list));
@@ -116,23 +101,22 @@ TEST(ModificationGroup, ClearDeletesEntryByEntry) {
   EXPECT_EQ(Watching::m_Left, "3 2 1 0 ");
 }
 
-TEST(ModificationGroup, AModificationWithoutChangesIsLeftOutAndNamed) {
+TEST(ModificationGroup, ModificationWithoutChangesIsLeftOut) {
   ZAMXMLModificationGroup list;
   ZAMLog log;
-  ReadFrom(
-      Modification("1", "<Changes/>") + Modification("2", "") + Modification("3", "<Changes/>"),
-      list, &log);
-  ASSERT_EQ(list.GetCount(), 2);
-  EXPECT_EQ(list.GetModification(0)->m_UID + list.GetModification(1)->m_UID, u"13");
+  const std::string first = Modification("1", "<Changes/>");
+  const std::string third = Modification("3", "<Changes/>");
+  ReadFrom(first + Modification("2", "") + third, list, &log);
+  EXPECT_EQ(Written(list), first + third);
   ASSERT_EQ(log.GetLogCount(), 1);
   EXPECT_EQ(log.GetLog(0).m_Code, E_POINTER);
   EXPECT_EQ(log.GetLog(0).m_Detail, u"R/Modification[1]");
 }
 
-TEST(Modification, WritingReplacesTheChangesOnlyAndKeepsAnItemThatCannotBeWritten) {
+TEST(Modification, WriteReplacesChanges) {
   ZAMXMLModification modification;
   EXPECT_TRUE(!modification.m_UID);
-  modification.m_Changes.Add(new ZAMXMLChangeItem);
+  modification.m_Changes.Add(new ZAMXMLChangeItem);  // cannot be written: it stays incomplete
   modification.m_Changes.Add(new ZAMXMLChangeItem);
   modification.GetChange(1)->SetValue(ZAMXML_VTYPE_STRING, u"n");
   EXPECT_EQ(Written(modification, "<Changes>" + Item("A") + "<Odd/></Changes>"),
@@ -142,6 +126,85 @@ TEST(Modification, WritingReplacesTheChangesOnlyAndKeepsAnItemThatCannotBeWritte
   modification.Clear();
   EXPECT_EQ(modification.GetCount(), 0);
   EXPECT_FALSE(!modification.m_UID);
+}
+
+using Strings = std::vector<std::string>;
+
+const std::string Long(10000, 'x');
+
+struct Row {
+  Strings m_Texts;
+  std::string m_Folded;
+  Strings m_Unfolded;
+};
+
+std::vector<_bstr_t*> PartsOf(ZAMXMLName& name) {
+  return {&name.m_Full,   &name.m_Family, &name.m_Given,
+          &name.m_Middle, &name.m_Prefix, &name.m_Suffix};
+}
+
+TEST(ValueEncoding, Name) {
+  const Row rows[] = {
+      {{"A B", "A", "B"}, "A B^A^B^^^", {"A B", "A", "B", "", "", ""}},
+      {{"\xE5\xB1\xB1", " ", "\n", Long, "", "e"},
+       "\xE5\xB1\xB1^ ^\n^" + Long + "^^e",
+       {"\xE5\xB1\xB1", " ", "\n", Long, "", "e"}},
+      // A part that holds the separator moves those behind it; the last ones fall off.
+      {{"A^B", "C", "D", "E", "F", "G"}, "A^B^C^D^E^F^G", {"A", "B", "C", "D", "E", "F"}},
+      {{"", "", "", "", "", ""}, "^^^^^", {"", "", "", "", "", ""}},
+      // Not folded from any name.
+      {{}, "^B", {"", "B", "", "", "", ""}},
+      {{}, "", {"", "", "", "", "", ""}},
+      {{}, "^^^^^^^", {"", "", "", "", "", ""}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.m_Folded.substr(0, 20));
+    ZAMXMLName name;
+    _bstr_t folded = _bstr_t::FromUtf8(row.m_Folded);
+    for (std::size_t i = 0; i < row.m_Texts.size(); ++i) {
+      *PartsOf(name)[i] = _bstr_t::FromUtf8(row.m_Texts[i]);
+    }
+    if (!row.m_Texts.empty()) {
+      ZAMXMLChangeItem::EncodeXMLName(name, folded);
+      EXPECT_EQ(folded.utf8(), row.m_Folded);
+    }
+    name.m_Suffix = u"stale";
+    ZAMXMLChangeItem::DecodeXMLName(folded, name);
+    Strings parts;
+    for (const _bstr_t* part : PartsOf(name)) {
+      parts.push_back(!*part ? "null" : part->utf8());
+    }
+    EXPECT_EQ(parts, row.m_Unfolded);
+  }
+  ZAMXMLName name;
+  name.m_Full = u"A^B";
+  ZAMXMLChangeItem::DecodeXMLName(name.m_Full, name);
+  EXPECT_EQ(name.m_Full + u"/" + name.m_Family, u"A/B") << "the text is one of the name's own";
+}
+
+TEST(ValueEncoding, Statements) {
+  const Row rows[] = {
+      {{"a", "b", "c"}, "a^b^c", {"a", "b", "c"}},    {{}, "", {}},
+      {{"", "a", "", "b", ""}, "^a^^b^", {"a", "b"}}, {{"a^b"}, "a^b", {"a", "b"}},
+      {{Long, "b"}, Long + "^b", {Long, "b"}},
+  };
+  for (const Row& row : rows) {
+    ZAMXMLStatement list;
+    for (const std::string& text : row.m_Texts) {
+      list.AddStatement(text.empty() ? _bstr_t() : _bstr_t::FromUtf8(text));
+    }
+    _bstr_t folded;
+    ZAMXMLChangeItem::EncodeXMLStatement(list, folded);
+    EXPECT_EQ(folded.utf8(), row.m_Folded);
+    EXPECT_FALSE(!folded);
+
+    ZAMXMLChangeItem::DecodeXMLStatement(folded, list);
+    Strings texts;
+    for (_bstr_t text; list.GetStatement(static_cast<int>(texts.size()), text) != 0;) {
+      texts.push_back(text.utf8());
+    }
+    EXPECT_EQ(texts, row.m_Unfolded);
+  }
 }
 
 }  // namespace

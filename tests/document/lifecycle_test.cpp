@@ -1,81 +1,41 @@
-#include <gtest/gtest.h>
-
 #include "support/document.h"
 
 namespace {
 
-const char* const AllReads = "read-header read-list read-patient read-order read-study read-own";
+using Lifecycle = test::DocumentTest;
 
-class DocumentLifecycle : public testing::Test {
-protected:
-  int Open(const std::string& bytes) {
-    test::WriteBytes(m_Path, bytes);
-    return m_Document.Open(m_Path.c_str(), &m_Log);
-  }
-
-  test::TemporaryFolder m_Folder;
-  std::filesystem::path m_Path = m_Folder.Path("document.xml");
-  test::Document m_Document;
-  ZAMLog m_Log;
-};
-
-TEST_F(DocumentLifecycle, ANewDocumentHasTheDefaultHeader) {
+TEST_F(Lifecycle, NewHasDefaultHeader) {
+  const ZAMXMLDocumentInfo& header = m_Document.m_DocInfo;
   EXPECT_EQ(m_Document.IsOpened(), 0);
-  EXPECT_EQ(m_Document.m_DocInfo.m_Type, u"NA");
-  EXPECT_EQ(m_Document.m_DocInfo.m_Author, u"KESTRANE Co.,Ltd.");
-  EXPECT_EQ(m_Document.m_DocInfo.m_Application, u"KESTRANE ZAM");
-
+  EXPECT_EQ(header.m_Type + header.m_Author + header.m_Application,
+            u"NAKESTRANE Co.,Ltd.KESTRANE ZAM");
   m_Document.SetDefaultDocInfo(u"ERGO", u"T", u"2.1", u"A", u"B");
-  EXPECT_EQ(m_Document.m_DocInfo.m_ID, u"UNKNOWN") << "the header changes at the next clearing";
+  EXPECT_EQ(header.m_ID, u"UNKNOWN") << "the header changes at the next clearing";
   m_Document.m_PatientInfo.m_ID = u"left over";
   EXPECT_EQ(m_Document.New(&m_Log), 1);
-  EXPECT_NE(m_Document.IsOpened(), 0);
-  EXPECT_EQ(m_Document.m_DocInfo.m_ID, u"ERGO");
-  EXPECT_EQ(m_Document.m_PatientInfo.m_ID, u"");
+  EXPECT_EQ(header.m_ID + m_Document.m_PatientInfo.m_ID, u"ERGO");
   EXPECT_FALSE(m_Document.m_Xml.GetNode(u"KESTRANE_ZAM"));
 }
 
-TEST_F(DocumentLifecycle, OpeningShowsTheLastStateAndTheStoredHeader) {
+TEST_F(Lifecycle, OpenShowsLastStateAndStoredHeader) {
   auto changes = test::ThreeWeights();
   changes.push_back({"DocumentInfo/Type", "", "", "changed"});
   ASSERT_EQ(Open(test::DocumentBytes(changes)), 1) << test::Entries(m_Log);
-  EXPECT_EQ(m_Document.TakeCalls(), AllReads);
+  EXPECT_EQ(m_Document.TakeCalls(),
+            "read-header read-list read-patient read-order read-study read-own");
   EXPECT_EQ(m_Document.GetHistoryCount(), 4);
   EXPECT_EQ(m_Document.m_nHistory, 3);
-  EXPECT_EQ(m_Document.Weight(), u"62");
-  EXPECT_EQ(m_Document.m_DocInfo.m_Type, u"");
+  EXPECT_EQ(m_Document.Weight() + m_Document.m_DocInfo.m_Type, u"62");
   EXPECT_EQ(m_Document.SetHistory(2) + m_Document.SetHistory(3), 2);
   EXPECT_EQ(m_Document.m_DocInfo.m_Type, u"changed");
 
   m_Document.Close();
-  EXPECT_EQ(m_Document.Weight(), u"");
+  EXPECT_EQ(m_Document.Weight() + m_Document.m_StudyInfo.m_ID, u"");
   ASSERT_EQ(Open(test::DocumentBytes()), 1) << "a document is used again after Close";
-  EXPECT_EQ(m_Document.GetHistoryCount(), 0);
-  EXPECT_EQ(m_Document.m_nHistory, -1);
+  EXPECT_EQ(m_Document.GetHistoryCount() + m_Document.m_nHistory, -1);
 }
 
-TEST_F(DocumentLifecycle, SectionsAreRequired) {
-  const struct {
-    const char* m_Dropped;
-    const char* m_Calls;
-  } rows[] = {
-      {"DocumentInfo", "read-header"},
-      {"PatientInfo", "read-header read-list read-patient"},
-      {"OrderInfo", "read-header read-list read-patient read-order"},
-      {"StudyInfo", "read-header read-list read-patient read-order read-study"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.m_Dropped);
-    m_Log.ClearLog();
-    EXPECT_EQ(Open(test::DocumentBytes({{"Foreign/Row", "", "1", "2"}}, row.m_Dropped)), 0);
-    EXPECT_EQ(m_Document.TakeCalls(), row.m_Calls);
-    EXPECT_NE(test::Entries(m_Log).find(row.m_Dropped), std::string::npos) << "says which";
-    EXPECT_EQ(m_Document.IsOpened() + m_Document.GetHistoryCount(), 0);
-    EXPECT_EQ(m_Document.m_PatientInfo.m_ID, u"") << "closed and empty";
-  }
-}
-
-TEST_F(DocumentLifecycle, AForeignRootNeedsTheSubclass) {
+TEST_F(Lifecycle, ForeignRootNeedsSubclass) {
   m_Document.m_PatientInfo.m_ID = u"as it was";
   m_Document.m_CompatibleResult = -5;
   EXPECT_EQ(Open("<OldLayout/>"), 1);
@@ -86,10 +46,9 @@ TEST_F(DocumentLifecycle, AForeignRootNeedsTheSubclass) {
   EXPECT_EQ(Open("<OldLayout/>"), 0);
   ASSERT_EQ(m_Document.GetLogCount(), 1);
   const ZAMLogEntry& entry = m_Document.GetLog(0);
+  EXPECT_EQ(entry.m_Text + u" " + entry.m_SourceFile + u" " + entry.m_Function,
+            u"Unknown XML file ZAMXMLFile ZAMXMLFile::OnFileOpen");
   EXPECT_EQ(entry.m_Code, -2);
-  EXPECT_EQ(entry.m_Text, u"Unknown XML file");
-  EXPECT_EQ(entry.m_SourceFile, u"ZAMXMLFile");
-  EXPECT_EQ(entry.m_Function, u"ZAMXMLFile::OnFileOpen");
   EXPECT_GT(entry.m_Line, 0);
   EXPECT_EQ(m_Log.GetLogCount(), 1) << "copied into the caller's log";
 
@@ -99,27 +58,29 @@ TEST_F(DocumentLifecycle, AForeignRootNeedsTheSubclass) {
   EXPECT_EQ(m_Document.GetLog(1).m_Function, u"ZAMXMLFile::OpenFromXML");
 }
 
-TEST_F(DocumentLifecycle, OpeningClosesWhatWasOpenEvenWhenItFails) {
+TEST_F(Lifecycle, FailedOpenCloses) {
   ASSERT_EQ(Open(test::DocumentBytes()), 1);
-  ASSERT_EQ(m_Document.BeginModify(u"1", u"u", u"U"), 1);
+  ASSERT_EQ(m_Document.Begin(), 1);
   EXPECT_EQ(m_Document.Open(m_Folder.Path("missing").c_str(), &m_Log), 0);
   EXPECT_EQ(m_Document.IsOpened(), 0);
   EXPECT_TRUE(m_Document.m_strFilePath.IsEmpty());
-  EXPECT_EQ(m_Document.m_PatientInfo.m_ID, u"");
+  ASSERT_EQ(Open(test::DocumentBytes()), 1);
   EXPECT_EQ(m_Document.CommitModify(), 0) << "an edit of one document cannot end in another";
 }
 
-TEST_F(DocumentLifecycle, OpenFromXmlCopiesTheTree) {
+TEST_F(Lifecycle, OpenFromXmlCopies) {
   ZAMXml tree;
   test::Load(tree, test::DocumentBytes(test::ThreeWeights()));
   ASSERT_EQ(Open(test::DocumentBytes()), 1);
-  ASSERT_EQ(m_Document.BeginModify(u"1", u"u", u"U"), 1);
+  ASSERT_EQ(m_Document.Begin(), 1);
   ASSERT_EQ(m_Document.OpenFromXML(tree, &m_Log), 1);
   tree.Close();
   EXPECT_EQ(m_Document.Weight(), u"62");
-  EXPECT_NE(m_Document.IsOpened(), 0);
   EXPECT_TRUE(m_Document.m_strFilePath.IsEmpty());
-  EXPECT_NE(m_Document.m_pModification, nullptr) << "an open edit is left open";
+  EXPECT_EQ(m_Document.CommitModify(), 1) << "an open edit is left open";
+  EXPECT_EQ(m_Document.GetLogCount(), 2) << "and told of, each time";
+  EXPECT_EQ(m_Document.Begin() + m_Document.CommitModify(), 2);
+  EXPECT_EQ(m_Document.GetLogCount(), 2);
 
   ZAMXml empty;
   EXPECT_EQ(m_Document.OpenFromXML(empty, &m_Log), 0);
@@ -127,6 +88,33 @@ TEST_F(DocumentLifecycle, OpenFromXmlCopiesTheTree) {
   test::Load(tree, test::DocumentBytes({}, "StudyInfo"));
   EXPECT_EQ(m_Document.OpenFromXML(tree, &m_Log), 0);
   EXPECT_EQ(m_Document.IsOpened(), 0) << "a document read half-way is closed";
+}
+
+TEST_F(Lifecycle, FailedReadingKeepsHistory) {
+  ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights())), 1);
+  for (const int position : {-2, 3}) {
+    EXPECT_EQ(m_Document._SetHistory(m_Document.m_Xml, position), 0);
+  }
+  for (const char* failing : {"read-header", "read-list", "read-patient", "read-own"}) {
+    SCOPED_TRACE(failing);
+    m_Document.m_Failing = failing;
+    m_Document.ClearLog();
+    m_Document.m_ShownWeights.clear();
+    EXPECT_EQ(m_Document.SetHistory(0), 0);
+    EXPECT_TRUE(m_Document.m_ShownWeights.empty());
+    ASSERT_EQ(m_Document.GetLogCount(), 1);
+    EXPECT_EQ(m_Document.GetLog(0).m_Code, -2009);
+
+    EXPECT_EQ(m_Document.Save(), 1);
+    EXPECT_EQ(Stored(u"PatientInfo/Weight"), "58");
+    m_Document.m_Failing.clear();
+    test::Document reopened;
+    ASSERT_EQ(reopened.Open(m_Path.c_str(), nullptr), 1);
+    EXPECT_EQ(reopened.GetHistoryCount(), 3);
+    ASSERT_EQ(m_Document.SetHistory(0), 1);
+    EXPECT_EQ(m_Document.Weight(), u"60");
+    EXPECT_EQ(m_Document.SetHistory(2), 1);
+  }
 }
 
 }  // namespace

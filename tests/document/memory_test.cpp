@@ -1,8 +1,4 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 
@@ -30,16 +26,19 @@ protected:
   }
 };
 
+enum Kind { Usual, Other };
+
+/// What is done to an opened document, after some preparation. Saving one of another kind builds it
+/// anew.
 struct Road {
   const char* m_Name;
+  Kind m_Kind;
   void (*m_Prepare)(Host& host);
   int (*m_Take)(Host& host);
   bool m_Closes = false;  ///< a road that fails may leave the document closed
 };
 
 void PrintTo(const Road& road, std::ostream* stream) { *stream << road.m_Name; }
-
-const std::u16string Long(300, u'n');
 
 void Require(bool done) {
   if (!done) {
@@ -62,29 +61,22 @@ std::string Original(const std::string& headerId) {
   return test::Saved(document.m_Xml);
 }
 
-void Write(const Host& host, const std::string& headerId) {
-  static const std::string unknown = Original("UNKNOWN");
-  static const std::string other = Original("OTHER");
-  test::WriteBytes(host.m_Path.utf8(), headerId == "OTHER" ? other : unknown);
-}
-
-void Open(Host& host, const std::string& headerId = "UNKNOWN") {
-  Write(host, headerId);
+void OpenOriginal(Host& host, Kind kind) {
+  static const std::string originals[] = {Original("UNKNOWN"), Original("OTHER")};
+  test::WriteBytes(host.m_Path.utf8(), originals[kind]);
   Require(host.Open(host.m_Path, nullptr) == 1);
   host.m_Xml.SetDurable(0);
 }
 
-void OpenOther(Host& host) { Open(host, "OTHER"); }
+void Nothing(Host& /*host*/) {}
 
-void OpenWithTemplate(Host& host) {
+void AddTemplate(Host& host) {
   host.m_Templates.AddXmlResource(1, "<KESTRANE_ZAM><Logo>x</Logo></KESTRANE_ZAM>");
-  OpenOther(host);
 }
 
 void FillNew(Host& host) {
   Require(host.New(nullptr) == 1);
   host.m_PatientInfo.m_ID = u"P1";
-  host.m_PatientInfo.m_Name.m_Full = u"Kim Min-seo";
   host.m_StudyInfo.m_AuthorName.m_Full = u"Lee";
   host.m_StudyInfo.m_ExtraQuestions.AddQuestion(u"How are you?", u"Well");
 }
@@ -92,53 +84,21 @@ void FillNew(Host& host) {
 int Begin(Host& host) { return host.BeginModify(u"2.25.1", u"kim", u"Kim"); }
 
 int AddItems(Host& host) {
+  static const _bstr_t weight = u"PatientInfo/Weight";
+  static const _bstr_t longText = std::u16string(300, u'n');
   ZAMXMLName name;
   name.m_Full = u"Park";
   ZAMXMLStatement list;
   list.AddStatement(u"three");
-  return host.AddChangeItem(u"", u"PatientInfo/Weight", u"", ZAMXML_VTYPE_STRING, Long) >= 0 &&
-                 host.AddChangeItem(u"", u"PatientInfo/Weight", u"Unit", ZAMXML_VTYPE_STRING,
-                                    u"lb") >= 0 &&
-                 host.AddChangeItemName(u"", u"PatientInfo/Name", name) >= 0 &&
-                 host.AddChangeItemStatement(u"", u"Foreign/List", list) >= 0
-             ? 1
-             : 0;
+  host.AddChangeItem(u"", weight, u"", ZAMXML_VTYPE_STRING, longText);
+  host.AddChangeItem(u"", weight, u"Unit", ZAMXML_VTYPE_STRING, u"lb");
+  host.AddChangeItemName(u"", u"PatientInfo/Name", name);
+  return host.AddChangeItemStatement(u"", u"Foreign/List", list) == 3 ? 1 : 0;
 }
 
-void OpenEdit(Host& host) {
-  Open(host);
-  Require(Begin(host) == 1 && AddItems(host) == 1);
-}
+int Edit(Host& host) { return Begin(host) == 1 ? AddItems(host) : 0; }
 
-void OpenCommitted(Host& host) {
-  OpenEdit(host);
-  Require(host.CommitModify() == 1);
-}
-
-/// The last thing in the log of the tree is a warning.
-void OpenCommittedControl(Host& host) {
-  Open(host);
-  Require(Begin(host) == 1 &&
-          host.AddChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, u"\u0001") == 0 &&
-          host.CommitModify() == 1);
-}
-
-void OpenSource(Host& host) {
-  Open(host);
-  test::Load(host.m_Source, test::DocumentBytes(test::ThreeWeights()));
-}
-
-int Save(Host& host) { return host.Save(); }
-int SaveAs(Host& host) { return host.SaveAs(host.m_Path, nullptr); }
-int ShowLast(Host& host) { return host.SetHistoryToLast(); }
-int ShowOriginal(Host& host) { return host.SetHistoryToOriginal(); }
-
-int Edit(Host& host) {
-  if (host.m_pModification != nullptr) {
-    host.CancelModify();
-  }
-  return Begin(host) == 1 ? AddItems(host) : 0;
-}
+void PrepareEdit(Host& host) { Require(Edit(host) == 1); }
 
 /// A modification is committed once; the next move of the history writes a list that stands in
 /// memory only.
@@ -150,21 +110,35 @@ int Commit(Host& host) {
   return host.SetHistory(2);
 }
 
+int Save(Host& host) { return host.Save(); }
+int ShowLast(Host& host) { return host.SetHistoryToLast(); }
+
 const Road AllRoads[] = {
-    {"SaveAsNew", FillNew, SaveAs},
-    {"Save", [](Host& host) { Open(host); }, Save},
-    {"SaveRebuilding", OpenOther, Save},
-    {"SaveThroughTemplate", OpenWithTemplate, Save},
-    {"BeginModifyRebuilding", OpenOther, Begin},
-    {"Edit", [](Host& host) { Open(host); }, Edit},
-    {"Commit", OpenEdit, Commit},
-    {"Open", [](Host& host) { Write(host, "UNKNOWN"); },
+    {"SaveAsNew", Usual, FillNew, [](Host& host) { return host.SaveAs(host.m_Path, nullptr); }},
+    {"Save", Usual, Nothing, Save},
+    {"SaveRebuilding", Other, Nothing, Save},
+    {"SaveThroughTemplate", Other, AddTemplate, Save},
+    {"CopyTemplate", Usual, AddTemplate,
+     [](Host& host) { return Host::CopyXMLTemplate(&host.m_Templates, 1, host.m_Path); }},
+    {"BeginModifyRebuilding", Other, Nothing, Begin},
+    {"Edit", Usual, Nothing, Edit},
+    {"Commit", Usual, PrepareEdit, Commit},
+    {"Open", Usual, [](Host& host) { host.Close(); },
      [](Host& host) { return host.Open(host.m_Path, nullptr); }, true},
-    {"OpenFromXML", OpenSource, [](Host& host) { return host.OpenFromXML(host.m_Source, nullptr); },
-     true},
-    {"ShowOriginal", [](Host& host) { Open(host); }, ShowOriginal},
-    {"ShowCommitted", OpenCommitted, ShowLast},
-    {"ShowReplaced", OpenCommittedControl, ShowLast},
+    {"OpenFromXML", Usual,
+     [](Host& host) { test::Load(host.m_Source, test::DocumentBytes(test::ThreeWeights())); },
+     [](Host& host) { return host.OpenFromXML(host.m_Source, nullptr); }, true},
+    {"ShowOriginal", Usual, Nothing, [](Host& host) { return host.SetHistoryToOriginal(); }},
+    {"ShowCommitted", Usual,
+     [](Host& host) { PrepareEdit(host), Require(host.CommitModify() == 1); }, ShowLast},
+    // The last thing in the log of the tree is a warning.
+    {"ShowReplaced", Usual,
+     [](Host& host) {
+       Begin(host);
+       host.AddChangeItem(u"", u"PatientInfo/ID", u"", ZAMXML_VTYPE_STRING, u"\u0001");
+       Require(host.CommitModify() == 1);
+     },
+     ShowLast},
 };
 
 /// The stamps of a commit differ from run to run.
@@ -206,44 +180,19 @@ std::string Shown(Host& host) {
   return WithoutClock(shown);
 }
 
-class Roads : public testing::TestWithParam<Road> {
+class Roads : public test::DocumentTest, public testing::WithParamInterface<Road> {
 protected:
-  Roads() {
-    std::filesystem::create_directory(m_Folder.Path("tmp"));
-    setenv("TMPDIR", m_Folder.Path("tmp").c_str(), 1);
-    std::filesystem::create_directory(m_Folder.Path("documents"));
-  }
-  ~Roads() override { unsetenv("TMPDIR"); }
-
-  std::string Bytes() const {
-    return std::filesystem::exists(m_File) ? WithoutClock(test::ReadBytes(m_File)) : "none";
-  }
-
-  /// The files beside the document and the temporary ones.
-  std::size_t FileCount() const {
-    std::size_t count = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(m_Folder.Path(""))) {
-      count += entry.is_regular_file() ? 1 : 0;
-    }
-    return count;
-  }
-
-  test::TemporaryFolder m_Folder{test::TemporaryFolder::Medium::Memory};
-  std::filesystem::path m_File = m_Folder.Path("documents/document.xml");
+  std::string Bytes() const { return WithoutClock(test::ReadBytes(m_Path)); }
 };
 
 TEST_P(Roads, EndOldOrNew) {
   const Road& road = GetParam();
-  std::string oldBytes;
-  std::string oldShown;
-  std::string newBytes;
-  std::string newShown;
-  std::string newUnedited;
+  std::string oldBytes, oldShown, newBytes, newShown, newUnedited;
   std::size_t newFiles = 0;
   test::ForEachShortage([&](test::Shortage& shortage) {
-    std::filesystem::remove(m_File);
     Host host;
-    host.m_Path = m_File.c_str();
+    host.m_Path = m_Path.c_str();
+    OpenOriginal(host, road.m_Kind);
     road.m_Prepare(host);
     if (oldShown.empty()) {
       oldBytes = Bytes();
@@ -256,7 +205,7 @@ TEST_P(Roads, EndOldOrNew) {
       EXPECT_EQ(result, 1);
       newBytes = Bytes();
       newShown = Shown(host);
-      newFiles = FileCount();
+      newFiles = Names("").size();
       host.CancelModify();
       newUnedited = Shown(host);
       return;
@@ -281,7 +230,7 @@ TEST_P(Roads, EndOldOrNew) {
     EXPECT_EQ(road.m_Take(host), 1) << "the same object works afterwards";
     EXPECT_EQ(Bytes(), newBytes);
     EXPECT_EQ(Shown(host), newShown);
-    EXPECT_EQ(FileCount(), newFiles);
+    EXPECT_EQ(Names("").size(), newFiles);
   });
 }
 
@@ -290,22 +239,21 @@ INSTANTIATE_TEST_SUITE_P(Memory, Roads, testing::ValuesIn(AllRoads),
 
 /// A block that is written over an old one leaves the old samples or the new ones, never neither.
 TEST(Memory, BlockIsOldOrNew) {
-  const auto fill = [](ZAMXMLBinary& block, unsigned char value) {
-    Require(block.AllocBinary(600) == 1);
-    std::fill_n(block.GetBinary(), 600, value);
-    block.m_BytePerData = 1;
-    block.m_CountOfData = 600;
-    block.m_BlockByteLength = 200;
-  };
-  test::ForEachShortage([&fill](test::Shortage& shortage) {
+  ZAMXMLBinary block;
+  Require(block.AllocBinary(600) == 1);
+  block.m_BytePerData = 1;
+  block.m_CountOfData = 600;
+  block.m_BlockByteLength = 200;
+  test::ForEachShortage([&block](test::Shortage& shortage) {
     ZAMXml xml;
     test::Load(xml, "<B/>");
     IXMLDOMNodePtr root = xml.GetNode(u"B");
-    ZAMXMLBinary block;
-    fill(block, 1);
-    Require(block.WriteToXML(xml, root, nullptr) == 1);
-    fill(block, 2);
-    const int result = shortage.During([&] { return block.WriteToXML(xml, root, nullptr); });
+    const auto write = [&](unsigned char value) {
+      std::fill_n(block.GetBinary(), 600, value);
+      return block.WriteToXML(xml, root, nullptr);
+    };
+    Require(write(1) == 1);
+    const int result = shortage.During([&] { return write(2); });
     EXPECT_TRUE(shortage.Happened() || result == 1);
     ZAMXMLBinary stored;
     ZAMLog log;
@@ -313,22 +261,7 @@ TEST(Memory, BlockIsOldOrNew) {
     EXPECT_EQ(log.GetLogCount(), 0) << "not whole";
     const std::string samples(stored.GetBinary(), stored.GetBinary() + stored.m_BinaryLength);
     EXPECT_TRUE(samples == std::string(600, 2) || (result == 0 && samples == std::string(600, 1)));
-    EXPECT_EQ(block.WriteToXML(xml, root, nullptr), 1);
-  });
-}
-
-TEST(Memory, TemplateOrOldFile) {
-  const test::TemporaryFolder folder;
-  const std::string path = folder.Path("document.xml");
-  ZAMModule module;
-  module.AddXmlResource(1, "<KESTRANE_ZAM/>");
-  test::ForEachShortage([&](test::Shortage& shortage) {
-    test::WriteBytes(path, "old");
-    const _bstr_t target = path.c_str();
-    const int result = shortage.During([&] { return Host::CopyXMLTemplate(&module, 1, target); });
-    EXPECT_TRUE(shortage.Happened() || result == 1);
-    EXPECT_EQ(test::ReadBytes(path), result == 1 ? "<KESTRANE_ZAM/>" : "old");
-    EXPECT_EQ(Host::CopyXMLTemplate(&module, 1, target), 1);
+    EXPECT_EQ(write(2), 1);
   });
 }
 

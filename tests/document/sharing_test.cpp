@@ -1,8 +1,4 @@
-#include <gtest/gtest.h>
-
 #include <cerrno>
-#include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -17,15 +13,9 @@ namespace {
 namespace fs = std::filesystem;
 using test::Call;
 
-class Sharing : public testing::Test {
+class Sharing : public test::DocumentTest {
 protected:
-  Sharing() {
-    fs::create_directory(m_Folder.Path("tmp"));
-    fs::create_directory(m_Folder.Path("documents"));
-    setenv("TMPDIR", m_Folder.Path("tmp").c_str(), 1);
-    test::WriteBytes(m_Path, m_Bytes);
-  }
-  ~Sharing() override { unsetenv("TMPDIR"); }
+  Sharing() { test::WriteBytes(m_Path, m_Bytes); }
 
   /// What another process does: saves the document again, as a new file.
   void SaveByAnother() const {
@@ -34,14 +24,6 @@ protected:
     EXPECT_EQ(other.SaveAs(m_Path.c_str(), nullptr), 1);
   }
 
-  /// Names below the two folders.
-  int Count(const char* folder) const {
-    return static_cast<int>(
-        std::distance(fs::recursive_directory_iterator(m_Folder.Path(folder)), {}));
-  }
-
-  test::TemporaryFolder m_Folder;
-  fs::path m_Path = m_Folder.Path("documents/document.xml");
   std::string m_Bytes = test::DocumentBytes(test::ThreeWeights(), "", "OTHER");
 };
 
@@ -49,7 +31,7 @@ protected:
 int RecordAndRebuild(const fs::path& path) {
   test::Document document;
   document.m_Template = "<KESTRANE_ZAM/>";
-  if (document.Open(path.c_str(), nullptr) == 0 || document.BeginModify(u"1", u"u", u"U") == 0 ||
+  if (document.Open(path.c_str(), nullptr) == 0 || document.Begin() == 0 ||
       document.CommitModify() == 0) {
     return 0;
   }
@@ -57,43 +39,40 @@ int RecordAndRebuild(const fs::path& path) {
   return document.Save();
 }
 
-TEST_F(Sharing, KilledProcessLeavesNothingForLong) {
+TEST_F(Sharing, KilledProcessLeavesNothing) {
   int count = 3;
-  const int kills = test::ForEachKill(
-      [this] { RecordAndRebuild(m_Path); },
-      [this, &count] {
-        test::Document document;
-        ASSERT_EQ(document.Open(m_Path.c_str(), nullptr), 1);
-        ASSERT_TRUE(document.GetHistoryCount() == count || document.GetHistoryCount() == count + 1);
-        ASSERT_EQ(document.Weight(), u"62");
-        count = document.GetHistoryCount() + 1;
-        ASSERT_EQ(RecordAndRebuild(m_Path), 1);
-        ASSERT_EQ(Count("documents"), 1);
-        ASSERT_EQ(Count("tmp"), 1) << "the user's folder";
-      });
+  const int kills = test::ForEachKill([this] { RecordAndRebuild(m_Path); },
+                                      [this, &count] {
+                                        ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+                                        const int found = m_Document.GetHistoryCount();
+                                        ASSERT_TRUE(found == count || found == count + 1);
+                                        ASSERT_EQ(m_Document.Weight(), u"62");
+                                        count = found + 1;
+                                        ASSERT_EQ(RecordAndRebuild(m_Path), 1);
+                                        ASSERT_EQ(Names("documents").size(), 1U);
+                                        ASSERT_EQ(Names("tmp").size(), 1U);
+                                      });
   EXPECT_GT(kills, 100);
   EXPECT_FALSE(HasFailure()) << kills;
 }
 
-TEST_F(Sharing, FailedSaveThroughATemplateLeavesWhatAnotherHasSaved) {
-  for (const char* hook : {"template", "write-study"}) {
-    test::WriteBytes(m_Path, m_Bytes);
-    test::Document document;
-    ASSERT_EQ(document.Open(m_Path.c_str(), nullptr), 1);
-    document.m_Template = "<KESTRANE_ZAM/>";
-    document.m_Failing = "write-study";
-    document.m_Hook = hook;
+TEST_F(Sharing, FailedSaveKeepsAnothersFile) {
+  for (const std::string hook : {"template", "write-study"}) {
+    ASSERT_EQ(Open(m_Bytes), 1);
+    m_Document.m_Template = "<KESTRANE_ZAM/>";
+    m_Document.m_Failing = "write-study";
+    m_Document.m_Hook = hook;
     bool passed = false;
-    document.m_Meanwhile = [&passed] { passed = true; };
+    m_Document.m_Meanwhile = [&passed] { passed = true; };
     const test::BeforeEachCall behindTheHook([&](Call) {
       if (std::exchange(passed, false)) {
         test::WriteBytes(m_Folder.Path("new"), "<Another/>");
         fs::rename(m_Folder.Path("new"), m_Path);
       }
     });
-    EXPECT_EQ(document.Save(), 0);
-    EXPECT_EQ(test::ReadBytes(m_Path), *hook == 't' ? "<Another/>" : m_Bytes);
-    EXPECT_EQ(Count("documents"), 1);
+    EXPECT_EQ(m_Document.Save(), 0);
+    EXPECT_EQ(test::ReadBytes(m_Path), hook == "template" ? "<Another/>" : m_Bytes);
+    EXPECT_EQ(Names("documents").size(), 1U);
   }
 }
 
@@ -106,25 +85,13 @@ protected:
   }
 };
 
-TEST_F(Sharing, FileChangedByAnother) {
+TEST_F(Sharing, ChangedFileIsSeen) {
   const std::string elsewhere = m_Folder.Path("elsewhere.xml");
-  const auto saveAfterwards = [this](test::Document& document) {
-    int flushes = 0;
-    const test::BeforeEachCall meanwhile([&](Call call) {
-      if (call == Call::Fsync && ++flushes == 2) {  // of the folder: the new name stands there
-        SaveByAnother();
-      }
-    });
-    document.Save();
-  };
-  const auto openBefore = [this](test::Document& document) {
-    bool done = false;
-    const test::BeforeEachCall meanwhile([&](Call call) {
-      if (call == Call::Close && !std::exchange(done, true)) {  // of the file: it is read
-        SaveByAnother();
-      }
-    });
-    document.Open(m_Path.c_str(), nullptr);
+  // Another saves right before the n-th such call of the step.
+  const auto meanwhile = [this](Call which, int number, const std::function<void()>& step) {
+    const test::BeforeEachCall before(
+        [&](Call call) { call == which && --number == 0 ? SaveByAnother() : void(); });
+    step();
   };
   const struct {
     const char* m_Name;
@@ -134,25 +101,21 @@ TEST_F(Sharing, FileChangedByAnother) {
       {"nothing", 0, [](auto&) {}},
       {"written in place", 1, [&](auto&) { test::WriteBytes(m_Path, m_Bytes + "\n"); }},
       {"replaced by the same bytes", 1, [&](auto&) { SaveByAnother(); }},
-      {"touched", 1,
-       [&](auto&) {
-         fs::last_write_time(m_Path, fs::last_write_time(m_Path) + std::chrono::seconds(1));
-       }},
+      {"touched", 1, [&](auto&) { fs::last_write_time(m_Path, {}); }},
       {"gone", 1, [&](auto&) { fs::remove(m_Path); }},
-      {"replaced as soon as it is read", 1, openBefore},
-      {"replaced as soon as it is saved", 1, saveAfterwards},
+      {"replaced when it is read", 1,
+       [&](auto& document) {
+         meanwhile(Call::Close, 1, [&] { document.Open(m_Path.c_str(), nullptr); });
+       }},
+      {"replaced when it is saved", 1,
+       [&](auto& document) { meanwhile(Call::Fsync, 2, [&] { document.Save(); }); }},
       {"replaced, and saved over", 0, [&](auto& document) { SaveByAnother(), document.Save(); }},
-      {"an edit", 0,
-       [](auto& document) { document.BeginModify(u"1", u"u", u"U"), document.CommitModify(); }},
-      {"an edit, after it was replaced", 1,
-       [&](auto& document) { SaveByAnother(), document.BeginModify(u"1", u"u", u"U"); }},
-      {"a save that fails", 0,
-       [](auto& document) {
+      {"an edit", 0, [](auto& document) { document.Begin(), document.CommitModify(); }},
+      {"replaced, and edited", 1, [&](auto& document) { SaveByAnother(), document.Begin(); }},
+      {"saves that fail", 0,
+       [&](auto& document) {
          const test::FailingCall full(Call::Write, 1, ENOSPC);
          EXPECT_EQ(document.Save(), 0);
-       }},
-      {"a failed save through a template", 0,
-       [](auto& document) {
          document.m_Template = "<KESTRANE_ZAM/>";
          document.m_Failing = "write-study";
          EXPECT_EQ(document.Save(), 0);
@@ -175,21 +138,18 @@ TEST_F(Sharing, FileChangedByAnother) {
          document.OpenFromXML(tree, nullptr), fs::remove(m_Path);
        }},
   };
+  fs::create_symlink("document.xml", m_Folder.Path("documents/link"));
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.m_Name);
-    test::WriteBytes(m_Path, m_Bytes);
-    fs::create_symlink("document.xml", m_Folder.Path("documents/link"));
     for (const char* name : {"documents/document.xml", "documents/link"}) {
+      SCOPED_TRACE(row.m_Name + std::string(" ") + name);
       test::WriteBytes(m_Path, m_Bytes);
       test::Document document;
       ASSERT_EQ(document.Open(m_Folder.Path(name).c_str(), nullptr), 1);
       row.m_Do(document);
-      EXPECT_EQ(document.IsFileChanged(), row.m_Changed) << name;
+      EXPECT_EQ(document.IsFileChanged(), row.m_Changed);
       EXPECT_EQ(document.m_Xml.m_strFilePath.IsEmpty() ? 0 : document.m_Xml.IsFileChanged(),
-                row.m_Changed)
-          << name;
+                row.m_Changed);
     }
-    fs::remove(m_Folder.Path("documents/link"));
   }
 }
 

@@ -1,5 +1,7 @@
 #include "support/document.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace test {
@@ -98,6 +100,36 @@ std::string Entries(const ZAMLog& log) {
              entry.m_Detail.utf8() + '\n';
   }
   return lines;
+}
+
+DocumentTest::DocumentTest() {
+  std::filesystem::create_directory(m_Folder.Path("documents"));
+  std::filesystem::create_directory(m_Folder.Path("tmp"));
+  setenv("TMPDIR", m_Folder.Path("tmp").c_str(), 1);
+}
+
+DocumentTest::~DocumentTest() { unsetenv("TMPDIR"); }
+
+int DocumentTest::Open(const std::string& bytes) {
+  WriteBytes(m_Path, bytes);
+  return m_Document.Open(m_Path.c_str(), &m_Log);
+}
+
+std::string DocumentTest::Stored(const std::u16string& path) const {
+  ZAMXml tree;
+  EXPECT_EQ(tree.Open(m_Path.c_str(), nullptr), 1);
+  _bstr_t text;
+  return tree.GetNodeText(tree.GetNode(u"KESTRANE_ZAM/" + path), text) != 0 ? text.utf8()
+                                                                            : "(none)";
+}
+
+std::vector<std::string> DocumentTest::Names(const char* folder) const {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(m_Folder.Path(folder))) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::ranges::sort(names);
+  return names;
 }
 
 }  // namespace test

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <ZAMXMLData.h>
+#include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -53,6 +55,13 @@ public:
 
   _bstr_t Weight() const { return m_PatientInfo.m_Weight; }
 
+  /// Begins an edit by anybody.
+  int Begin() { return BeginModify(u"1", u"u", u"U"); }
+  /// Adds a text to the edit.
+  int Set(const _bstr_t& node, const _bstr_t& value) {
+    return AddChangeItem(u"", node, u"", ZAMXML_VTYPE_STRING, value);
+  }
+
 protected:
 #define TEST_HOOK(function, hook)                      \
   int function(ZAMXml& xml, ZAMLog* log) override {    \
@@ -85,5 +94,27 @@ private:
 
 /// The entries of a log: "type category code text | detail" in lines.
 std::string Entries(const ZAMLog& log);
+
+/// A document, a file for it in a folder of its own, and a folder for temporary files.
+class DocumentTest : public testing::Test {
+protected:
+  DocumentTest();
+  ~DocumentTest() override;
+
+  /// Writes the file and opens it.
+  int Open(const std::string& bytes);
+
+  /// What an element below the root holds in the file; "(none)" where there is none.
+  std::string Stored(const std::u16string& path) const;
+
+  /// The names below the folder "documents" or "tmp", sorted. The user's folder stays in the
+  /// latter.
+  std::vector<std::string> Names(const char* folder) const;
+
+  TemporaryFolder m_Folder{TemporaryFolder::Medium::Memory};
+  std::filesystem::path m_Path = m_Folder.Path("documents/document.xml");
+  Document m_Document;
+  ZAMLog m_Log;
+};
 
 }  // namespace test

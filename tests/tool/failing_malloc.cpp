@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 
 namespace {
@@ -24,18 +23,15 @@ bool Fails() noexcept {
   if (left == 0 || left-- > 1) {
     return false;
   }
-  if (ever) {
-    left = 1;
-  }
+  left = ever ? 1 : 0;
   (void)!::write(9, "x", 1);
   errno = ENOMEM;
   return true;
 }
 
 int MainThatCounts(int count, char** arguments, char** environment) {
-  const char* at = std::getenv("FAIL_AT");
   ever = std::getenv("FAIL_EVER") != nullptr;
-  left = at == nullptr ? 0 : std::atol(at);
+  left = std::atol(std::getenv("FAIL_AT"));
   const int code = mainOfProgram(count, arguments, environment);
   left = 0;
   return code;
@@ -48,7 +44,6 @@ extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
-void* __libc_memalign(size_t alignment, size_t size);
 
 void* malloc(size_t size) noexcept { return Fails() ? nullptr : __libc_malloc(size); }
 
@@ -58,17 +53,6 @@ void* calloc(size_t count, size_t size) noexcept {
 
 void* realloc(void* memory, size_t size) noexcept {
   return Fails() ? nullptr : __libc_realloc(memory, size);
-}
-
-void* memalign(size_t alignment, size_t size) noexcept {
-  return Fails() ? nullptr : __libc_memalign(alignment, size);
-}
-
-void* aligned_alloc(size_t alignment, size_t size) noexcept { return memalign(alignment, size); }
-
-int posix_memalign(void** memory, size_t alignment, size_t size) noexcept {
-  *memory = memalign(alignment, size);
-  return *memory != nullptr ? 0 : ENOMEM;
 }
 
 int __libc_start_main(Main program, int count, char** arguments, void (*start)(), void (*end)(),

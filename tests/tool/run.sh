@@ -1,8 +1,8 @@
 # run.sh <folder of the tool> <installed share folder> <scenario>
 # Plays a scenario in a fresh folder and compares what happens with what it says: the commands after
 # "$ " or "! ", what they print (both streams), and in brackets an exit code that is not 0 or, after
-# "! ", not 2. Times of today and fresh identifiers read WHEN and UID. Afterwards every document but
-# bad*.xml must fit the schema, and no temporary file may be left.
+# "! ", not 2. Times of today and fresh identifiers read WHEN and UID; "| $fields" prints JSON field
+# by field. Afterwards every document but bad*.xml must fit the schema; no temporary file is left.
 set -u
 PATH=$1:$PATH
 share=$2 scenario=$3
@@ -11,9 +11,9 @@ trap 'rm -rf "$scratch"' EXIT
 mkdir "$scratch/work" "$scratch/tmp"
 cd "$scratch/work" || exit 1
 cp "$share/zamxml/samples/stress-test.xml" sample.xml
-who="--user jd --user-name Jane"
+who="--user jd --user-name Jane" fields="json_pp -json_opt canonical,pretty"
 unset NO_COLOR
-export TMPDIR="$scratch/tmp" share who LC_ALL=C.UTF-8
+export TMPDIR="$scratch/tmp" share who fields LC_ALL=C.UTF-8
 
 play() {
   while IFS= read -r line; do
