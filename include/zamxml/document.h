@@ -68,7 +68,7 @@ public:
   /// for this user. Cancels an edit that is open. Saves the snapshot to a temporary file, which is
   /// removed before this returns; that save may call OnHistoryChanged twice. Returns 0, without an
   /// open edit, if it fails; the code is -2003 if the snapshot cannot be saved.
-  int BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName);
+  [[nodiscard]] int BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName);
 
   /// Create a change item. `node` is a path below the root element ("PatientInfo/Name"); an element
   /// that is missing is added when the change is redone, also for a mistyped path. The old value
@@ -103,7 +103,7 @@ public:
   /// Returns 0 and logs the reason if the tree has no place for the list; the modification is then
   /// in the list and the snapshot stays open. After an exception, GetHistoryCount tells whether the
   /// modification is in the history.
-  int CommitModify();
+  [[nodiscard]] int CommitModify();
   /// Ends the edit and deletes the snapshot and the pending modification with its items.
   void CancelModify();
 

@@ -159,7 +159,8 @@ void ZAMXMLFile::PrepareSnapshot() {
     _SetHistory(m_CloneXml, GetHistoryCount() - 1);
     memory.RequireEnough();
   }
-  m_CloneXml.SaveAs(PathIn(m_SnapshotFolder.get(), u"Clone.xml"), nullptr);
+  // The edit goes by the tree: it needs no second copy that cannot be written.
+  static_cast<void>(m_CloneXml.SaveAs(PathIn(m_SnapshotFolder.get(), u"Clone.xml"), nullptr));
 }
 
 void ZAMXMLFile::CloseSnapshot() {

@@ -110,7 +110,8 @@ TEST_F(Sharing, ChangedFileIsSeen) {
       {"replaced when it is saved", 1,
        [&](auto& document) { meanwhile(Call::Fsync, 2, [&] { document.Save(); }); }},
       {"replaced, and saved over", 0, [&](auto& document) { SaveByAnother(), document.Save(); }},
-      {"an edit", 0, [](auto& document) { document.Begin(), document.CommitModify(); }},
+      {"an edit", 0,
+       [](auto& document) { EXPECT_EQ(document.Begin() + document.CommitModify(), 2); }},
       {"replaced, and edited", 1, [&](auto& document) { SaveByAnother(), document.Begin(); }},
       {"saves that fail", 0,
        [&](auto& document) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "support/tree.h"
 
@@ -36,12 +37,12 @@ private:
 TEST(File, FailedOpenCloses) {
   for (const bool throws : {false, true}) {
     Recorder file;
-    file.Open(u"a", nullptr);
+    EXPECT_EQ(file.Open(u"a", nullptr), 1);
     file.m_Calls.clear();
     file.m_nResult = 0;
     file.m_Throws = throws;
     if (throws) {
-      EXPECT_THROW(file.Open(u"b", nullptr), _com_error);
+      EXPECT_THROW(std::ignore = file.Open(u"b", nullptr), _com_error);
     } else {
       EXPECT_EQ(file.Open(u"b", nullptr), 0);
     }
@@ -75,7 +76,7 @@ TEST(File, SuccessfulSaveAsSetsPath) {
   file.m_nResult = 0;
   EXPECT_EQ(file.SaveAs(u"b", nullptr), 0);
   file.m_Throws = true;
-  EXPECT_THROW(file.SaveAs(u"c", nullptr), _com_error);
+  EXPECT_THROW(std::ignore = file.SaveAs(u"c", nullptr), _com_error);
   EXPECT_EQ(file.m_strFilePath, u"a");
   EXPECT_NE(file.IsOpened(), 0);
   file.m_Throws = false;

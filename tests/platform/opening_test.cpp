@@ -48,7 +48,7 @@ class Opening : public testing::Test {
 protected:
   Opening() {
     test::WriteBytes(m_Folder.Path("held.xml"), "<R><Held>text</Held></R>");
-    m_Xml.Open(m_Folder.Path("held.xml").c_str(), nullptr);
+    EXPECT_EQ(m_Xml.Open(m_Folder.Path("held.xml").c_str(), nullptr), 1);
     m_Root = m_Xml.GetNode(u"R");
   }
 

@@ -35,16 +35,16 @@ public:
   /// Opens the file at `path` through OnFileOpen and makes `path` current. Closes first what is
   /// open, so that an edit of one document can never end in another. Closed and empty after a
   /// failure or an exception.
-  virtual int Open(const _bstr_t& path, ZAMLog* log);
+  [[nodiscard]] virtual int Open(const _bstr_t& path, ZAMLog* log);
 
   /// Saves to the current path through OnFileSave. Returns 0 and changes nothing if there is no
   /// current path; an object that is a ZAMLog then logs the reason in itself.
-  virtual int Save();
+  [[nodiscard]] virtual int Save();
 
   /// Saves to `path` through OnFileSave and makes `path` current; the object is then open. A
   /// failure keeps the current path. If a hook closes the object, or opens another in its place,
   /// the path that the hook set stays.
-  virtual int SaveAs(const _bstr_t& path, ZAMLog* log);
+  [[nodiscard]] virtual int SaveAs(const _bstr_t& path, ZAMLog* log);
 
   /// Returns nonzero from a successful Open, New or SaveAs until Close.
   int IsOpened() const noexcept { return m_nOpened; }

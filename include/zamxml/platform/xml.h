@@ -90,7 +90,7 @@ public:
   /// Loads the file at `path` and replaces the current document with it. All handles are then dead.
   /// Returns 0 and keeps the current document and its path if the file cannot be loaded; this log
   /// and the caller's get the reason, with line and column.
-  int Open(const _bstr_t& path, ZAMLog* log) override;
+  [[nodiscard]] int Open(const _bstr_t& path, ZAMLog* log) override;
 
   /// Adds the root element to a new document. Returns 0 if there is a root element already, or no
   /// document.
