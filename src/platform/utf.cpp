@@ -82,6 +82,18 @@ std::string ToXmlUtf8(std::u16string_view units, bool& replaced) {
   });
 }
 
+bool IsXmlText(std::u16string_view units) noexcept {
+  const auto isPlain = [](char16_t unit) { return unit >= 0x20 && unit < 0xD800; };
+  auto position =
+      static_cast<std::size_t>(std::ranges::find_if_not(units, isPlain) - units.begin());
+  while (position < units.size()) {
+    if (!XmlCanCarry(NextCodePoint(units, position))) {
+      return false;
+    }
+  }
+  return true;
+}
+
 bool IsSame(std::u16string_view units, std::string_view bytes) noexcept {
   if (units.size() != bytes.size()) {
     return false;

@@ -72,6 +72,13 @@ IXMLDOMNodePtr FieldCursor::Child(const FieldName& name) {
   });
 }
 
+bool FieldCursor::HoldsOnly(const FieldName& name) const {
+  const pugi::xml_node parent(m_Element);
+  return HasElements(parent) && !parent.find_child([&name](pugi::xml_node child) {
+    return !IsFormatting(child) && !IsElement(child, name.view());
+  });
+}
+
 bool FieldCursor::WriteText(const FieldName& name, ZAMTextView text) {
   const ZAMXml::Access access{m_Xml};
   return access.Allocating([&] { return access.SetText(FindOrAdd(name), text) != 0; });

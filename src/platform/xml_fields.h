@@ -49,6 +49,9 @@ public:
   /// Null when there is none.
   IXMLDOMNodePtr Child(const FieldName& name);
 
+  /// Whether there is a child of that name and nothing else but others of it and formatting.
+  bool HoldsOnly(const FieldName& name) const;
+
   /// False, logged, when the child is missing and cannot be added.
   bool WriteText(const FieldName& name, ZAMTextView text);
   bool WriteAttribute(const FieldName& child, const FieldName& attribute, ZAMTextView value);
