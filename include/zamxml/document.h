@@ -104,11 +104,13 @@ public:
   /// Ends the edit: drops the snapshot and the pending modification with its items.
   void CancelModify();
 
-  ZAMXMLDocumentInfo m_DocInfo;             ///< the header, as shown
-  ZAMXMLPatientInfo m_PatientInfo;          ///< as shown
-  ZAMXMLOrderInfo m_OrderInfo;              ///< as shown
-  ZAMXMLStudyInfo m_StudyInfo;              ///< as shown
-  ZAMXMLModificationGroup m_Modifications;  ///< committed modifications, oldest first
+  ZAMXMLDocumentInfo m_DocInfo;     ///< the header, as shown
+  ZAMXMLPatientInfo m_PatientInfo;  ///< as shown
+  ZAMXMLOrderInfo m_OrderInfo;      ///< as shown
+  ZAMXMLStudyInfo m_StudyInfo;      ///< as shown
+  /// Committed modifications, oldest first. A move of the history reads them again; those that the
+  /// tree still holds word for word stay where they are.
+  ZAMXMLModificationGroup m_Modifications;
   ZAMXMLDocumentInfo m_DefaultDocInfo;  ///< what a cleared document's header becomes; its ID and
                                         ///< Version are stamped into every header written
   ZAMXml m_Xml;                         ///< tree of the document
@@ -233,4 +235,5 @@ private:
   int m_nForeignEdit = 0;  ///< nonzero when the open edit was begun on a former document
   unsigned int m_BuildingSession = 0;  ///< the session in which hooks are writing the tree, or 0
   unsigned int m_ReadingSession = 0;   ///< the session in which hooks are reading a tree, or 0
+  ZAMXMLModificationGroup* m_pFormerList = nullptr;  ///< the list before it is read again, or null
 };

@@ -2,6 +2,7 @@
 #include <array>
 #include <string_view>
 
+#include "changes/rereading.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -117,4 +118,13 @@ int ZAMXMLChangeItem::WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* l
     ValueFields(*this, fields);
     return 1;
   });
+}
+
+bool zam::Holds(FieldCursor element, const ZAMXMLChangeItem& item) {
+  ComparingFields fields(element);
+  fields.Text(u"Code", item.m_Code);
+  PlaceFields(item, fields);
+  fields.Text(u"ValueType", WordOf(item.m_ValueType));
+  ValueFields(item, fields);
+  return fields.IsSame();
 }

@@ -1,4 +1,5 @@
 #include "changes/owned_entries.h"
+#include "changes/rereading.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -48,4 +49,21 @@ int ZAMXMLModification::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog*
     zam::WriteEntries(m_Changes, xml, changes, u"Item", log);
     return 1;
   });
+}
+
+bool zam::Holds(FieldCursor element, const ZAMXMLModification& modification) {
+  ComparingFields fields(element);
+  Fields(modification, fields);
+  FieldCursor changes = element.Below(u"Changes");
+  if (!fields.IsSame() || !changes) {
+    return false;
+  }
+  FieldCursor item = changes.Below(u"Item");
+  for (const ZAMXMLChangeItem* const known : modification.m_Changes) {
+    if (!item || !Holds(item, *known)) {
+      return false;
+    }
+    item = item.Next(u"Item");
+  }
+  return !item;
 }

@@ -17,17 +17,22 @@ void DeleteEntries(ZAMArray<Entry*>& entries) noexcept {
   }
 }
 
+/// Appends the entry of an element if it can be read.
+template <class Entry>
+void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, IXMLDOMNodePtr& child, ZAMLog* log) {
+  auto entry = std::make_unique<Entry>();
+  if (entry->ReadFromXML(xml, child, log) != 0) {
+    entries.Add(entry.get());
+    entry.release();
+  }
+}
+
 /// Appends the entries that can be read.
 template <class Entry>
 void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
                  ZAMTextView name, ZAMLog* log) {
-  ForEachChild(xml, element, name, [&](IXMLDOMNodePtr& child) {
-    auto entry = std::make_unique<Entry>();
-    if (entry->ReadFromXML(xml, child, log) != 0) {
-      entries.Add(entry.get());
-      entry.release();
-    }
-  });
+  ForEachChild(xml, element, name,
+               [&](IXMLDOMNodePtr& child) { ReadEntry(entries, xml, child, log); });
 }
 
 /// Adds an element for every entry; one that cannot be written stays incomplete.

@@ -141,6 +141,21 @@ private:
   ZAMLog* m_Log;
 };
 
+/// Finds out whether an element holds the fields of a record as they are.
+class ComparingFields {
+public:
+  explicit ComparingFields(FieldCursor& cursor) : m_Cursor(cursor) {}
+
+  void Text(const FieldName& name, ZAMTextView value) {
+    m_IsSame = m_IsSame && m_Cursor.Holds(name, value);
+  }
+  bool IsSame() const { return m_IsSame; }
+
+private:
+  FieldCursor& m_Cursor;
+  bool m_IsSame = true;
+};
+
 /// Stores the fields of a record in its element.
 class WritingFields {
 public:
