@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "changes/rereading.h"
+#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -122,9 +123,21 @@ int ZAMXMLChangeItem::WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* l
 
 bool zam::Holds(FieldCursor element, const ZAMXMLChangeItem& item) {
   ComparingFields fields(element);
-  fields.Text(u"Code", item.m_Code);
   PlaceFields(item, fields);
   fields.Text(u"ValueType", WordOf(item.m_ValueType));
   ValueFields(item, fields);
+  if (element.HasSeenAll()) {
+    return fields.IsSame() && !!item.m_Code && item.m_Code.length() == 0;
+  }
+  fields.Text(u"Code", item.m_Code);
   return fields.IsSame();
+}
+
+bool zam::IsWritten(WrittenCursor inside, const ZAMXMLChangeItem& item) {
+  const ZAMTextView word = WordOf(item.m_ValueType);
+  WrittenFields fields(inside);
+  PlaceFields(item, fields);
+  fields.Text(u"ValueType", word);
+  ValueFields(item, fields);
+  return !word.IsNull() && fields.IsSame() && inside.IsAtEnd();
 }

@@ -1,5 +1,6 @@
 #include "changes/owned_entries.h"
 #include "changes/rereading.h"
+#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -66,4 +67,19 @@ bool zam::Holds(FieldCursor element, const ZAMXMLModification& modification) {
     item = item.Next(u"Item");
   }
   return !item;
+}
+
+bool zam::IsWritten(WrittenCursor inside, const ZAMXMLModification& modification) {
+  WrittenFields fields(inside);
+  Fields(modification, fields);
+  if (!fields.IsSame() || !inside.Next(u"Changes") || !inside.IsAtEnd()) {
+    return false;
+  }
+  WrittenCursor items = inside.Inside();
+  for (const ZAMXMLChangeItem* const item : modification.m_Changes) {
+    if (!items.Next(u"Item") || !IsWritten(items.Inside(), *item)) {
+      return false;
+    }
+  }
+  return items.IsAtEnd();
 }

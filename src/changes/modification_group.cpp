@@ -2,6 +2,7 @@
 
 #include "changes/owned_entries.h"
 #include "changes/rereading.h"
+#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -25,8 +26,11 @@ int ZAMXMLModificationGroup::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, Z
 
 int ZAMXMLModificationGroup::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    xml.RemoveChildNodeAll(element);
-    zam::WriteEntries(m_ModificationList, xml, element, u"Modification", log);
+    const int written = zam::CountWritten(*this, xml, element);
+    if (written == 0) {
+      xml.RemoveChildNodeAll(element);
+    }
+    zam::WriteEntries(m_ModificationList, xml, element, u"Modification", log, written);
     return 1;
   });
 }
@@ -62,4 +66,16 @@ void zam::TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& lis
       known.RemoveAt(index);
     }
   }
+}
+
+int zam::CountWritten(const ZAMXMLModificationGroup& list, ZAMXml& xml,
+                      const IXMLDOMNodePtr& element) {
+  int count = 0;
+  for (WrittenCursor cursor(xml, element); !cursor.IsAtEnd(); ++count) {
+    if (count == list.GetCount() || !cursor.Next(u"Modification") ||
+        !IsWritten(cursor.Inside(), *list.GetModification(count))) {
+      return 0;
+    }
+  }
+  return count;
 }

@@ -35,11 +35,11 @@ void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& e
                [&](IXMLDOMNodePtr& child) { ReadEntry(entries, xml, child, log); });
 }
 
-/// Adds an element for every entry; one that cannot be written stays incomplete.
+/// Adds an element for every entry from the first on; one that cannot be written stays incomplete.
 template <class Entry>
 void WriteEntries(const ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
-                  ZAMTextView name, ZAMLog* log) {
-  for (int index = 0; index < entries.GetCount(); ++index) {
+                  ZAMTextView name, ZAMLog* log, int first = 0) {
+  for (int index = first; index < entries.GetCount(); ++index) {
     AddChild(xml, element, name, nullptr, index,
              [&](IXMLDOMNodePtr& child) { entries[index]->WriteToXML(xml, child, log); });
   }

@@ -15,9 +15,9 @@ FieldCursor FieldCursor::Below(const FieldName& name) {
 }
 
 FieldCursor FieldCursor::Next(const FieldName& name) const noexcept {
-  pugi::xml_node next = pugi::xml_node(m_Element).next_sibling();
+  pugi::xml_node next = ElementFrom(pugi::xml_node(m_Element).next_sibling());
   while (next && !IsElement(next, name.view())) {
-    next = next.next_sibling();
+    next = ElementFrom(next.next_sibling());
   }
   return {*m_Xml, next.internal_object()};
 }
@@ -67,6 +67,10 @@ pugi::xml_node FieldCursor::FindOrAdd(const FieldName& name) {
 IXMLDOMNodePtr FieldCursor::Handle(int index) const {
   return ZAMXml::Access{*m_Xml}.Allocating(
       [&] { return m_Xml->m_Document->Handle(pugi::xml_node(m_Element), index); });
+}
+
+bool FieldCursor::HasSeenAll() const noexcept {
+  return m_InOrder && m_Last != nullptr && !ElementFrom(pugi::xml_node(m_Last).next_sibling());
 }
 
 void FieldCursor::ReadText(const FieldName& name, _bstr_t& text) {

@@ -51,6 +51,9 @@ public:
   /// The handle to the element, which is the index-th of its name.
   IXMLDOMNodePtr Handle(int index) const;
 
+  /// Whether all child elements were asked for in their order, each under a name of its own.
+  bool HasSeenAll() const noexcept;
+
   void ReadText(const FieldName& name, _bstr_t& text);
   /// Whether ReadText would read that text.
   bool Holds(const FieldName& name, ZAMTextView text);
