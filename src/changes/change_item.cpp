@@ -47,6 +47,31 @@ constexpr auto ValueFields = [](auto& item, auto& fields) {
   fields.Text(u"NewValue", item.m_NewValue);
 };
 
+/// The word as the library writes it needs no memory.
+void ReadValueFields(ZAMXMLChangeItem& item, zam::ReadingFields& fields) {
+  const auto* known = std::ranges::find_if(TypeWords, [&fields](const TypeWord& candidate) {
+    return fields.Cursor().Holds(u"ValueType", candidate.m_Word);
+  });
+  if (known != TypeWords.end()) {
+    item.m_ValueType = known->m_Type;
+  } else {
+    _bstr_t word;
+    fields.Text(u"ValueType", word);
+    item.m_ValueType = TypeOf(word.view());
+  }
+  ValueFields(item, fields);
+}
+
+int WriteValueFields(const ZAMXMLChangeItem& item, zam::WritingFields& fields) {
+  const ZAMTextView word = WordOf(item.m_ValueType);
+  if (word.IsNull()) {
+    return 0;
+  }
+  fields.Text(u"ValueType", word);
+  ValueFields(item, fields);
+  return 1;
+}
+
 }  // namespace
 
 ZAMXMLChangeItem::ZAMXMLChangeItem() { Clear(); }
@@ -83,9 +108,16 @@ void ZAMXMLChangeItem::SetValueStatement(const ZAMXMLStatement& list) {
 int ZAMXMLChangeItem::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
     zam::ReadingFields fields(xml, element, log);
-    fields.Text(u"Code", m_Code);
+    const bool codeLeads = fields.Cursor().IsNext(u"Code");
+    if (codeLeads) {
+      fields.Text(u"Code", m_Code);
+    }
     PlaceFields(*this, fields);
-    return ReadValue(xml, element, log);
+    ReadValueFields(*this, fields);
+    if (!codeLeads) {
+      fields.Text(u"Code", m_Code);
+    }
+    return 1;
   });
 }
 
@@ -93,31 +125,22 @@ int ZAMXMLChangeItem::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* l
   return zam::RunGuarded(xml, element, log, [&] {
     zam::WritingFields fields(xml, element, log);
     PlaceFields(*this, fields);
-    return WriteValue(xml, element, log);
+    return WriteValueFields(*this, fields);
   });
 }
 
 int ZAMXMLChangeItem::ReadValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
     zam::ReadingFields fields(xml, element, log);
-    _bstr_t word;
-    fields.Text(u"ValueType", word);
-    m_ValueType = TypeOf(word.view());
-    ValueFields(*this, fields);
+    ReadValueFields(*this, fields);
     return 1;
   });
 }
 
 int ZAMXMLChangeItem::WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    const ZAMTextView word = WordOf(m_ValueType);
-    if (word.IsNull()) {
-      return 0;
-    }
     zam::WritingFields fields(xml, element, log);
-    fields.Text(u"ValueType", word);
-    ValueFields(*this, fields);
-    return 1;
+    return WriteValueFields(*this, fields);
   });
 }
 
@@ -126,9 +149,6 @@ bool zam::Holds(FieldCursor element, const ZAMXMLChangeItem& item) {
   PlaceFields(item, fields);
   fields.Text(u"ValueType", WordOf(item.m_ValueType));
   ValueFields(item, fields);
-  if (element.HasSeenAll()) {
-    return fields.IsSame() && !!item.m_Code && item.m_Code.length() == 0;
-  }
   fields.Text(u"Code", item.m_Code);
   return fields.IsSame();
 }

@@ -30,9 +30,12 @@ void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, IXMLDOMNodePtr& child, ZA
 /// Appends the entries that can be read.
 template <class Entry>
 void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
-                 ZAMTextView name, ZAMLog* log) {
-  ForEachChild(xml, element, name,
-               [&](IXMLDOMNodePtr& child) { ReadEntry(entries, xml, child, log); });
+                 const FieldName& name, ZAMLog* log) {
+  FieldCursor child = FieldCursor(xml, element).Below(name);
+  for (int position = 0; child; child = child.Next(name), ++position) {
+    IXMLDOMNodePtr handle = child.Handle(position);
+    ReadEntry(entries, xml, handle, log);
+  }
 }
 
 /// Adds an element for every entry from the first on; one that cannot be written stays incomplete.

@@ -29,8 +29,11 @@ pugi::xml_node FieldCursor::Find(const FieldName& name) {
     return last;
   }
   if (m_InOrder) {
-    const pugi::xml_node next = ElementFrom(last ? last.next_sibling() : parent.first_child());
-    if (next && IsElement(next, name.view())) {
+    const pugi::xml_node next = NextElement();
+    if (!next) {
+      return next;
+    }
+    if (IsElement(next, name.view())) {
       m_Last = next.internal_object();
       return next;
     }
@@ -48,9 +51,7 @@ pugi::xml_node FieldCursor::FindOrAdd(const FieldName& name) {
   pugi::xml_node child = Find(name);
   if (!child && m_Element != nullptr) {
     const pugi::xml_node parent(m_Element);
-    const bool behindLast =
-        m_InOrder && !ElementFrom(m_Last != nullptr ? pugi::xml_node(m_Last).next_sibling()
-                                                    : parent.first_child());
+    const bool behindLast = HasSeenAll();
     child = m_Xml->m_Document->AddElement(parent, name.view());
     m_InOrder = behindLast;
     m_Last = child.internal_object();
@@ -69,9 +70,16 @@ IXMLDOMNodePtr FieldCursor::Handle(int index) const {
       [&] { return m_Xml->m_Document->Handle(pugi::xml_node(m_Element), index); });
 }
 
-bool FieldCursor::HasSeenAll() const noexcept {
-  return m_InOrder && m_Last != nullptr && !ElementFrom(pugi::xml_node(m_Last).next_sibling());
+pugi::xml_node FieldCursor::NextElement() const noexcept {
+  return ElementFrom(m_Last != nullptr ? pugi::xml_node(m_Last).next_sibling()
+                                       : pugi::xml_node(m_Element).first_child());
 }
+
+bool FieldCursor::IsNext(const FieldName& name) const noexcept {
+  return IsElement(NextElement(), name.view());
+}
+
+bool FieldCursor::HasSeenAll() const noexcept { return m_InOrder && !NextElement(); }
 
 void FieldCursor::ReadText(const FieldName& name, _bstr_t& text) {
   const ZAMXml::Access access{*m_Xml};

@@ -37,8 +37,8 @@ private:
 };
 
 /// Reads and writes the first child of each name below one element. Names that are asked for in the
-/// order of the children are found in one pass. What the operations of ZAMXml say of texts, missing
-/// children and memory holds here too.
+/// order of the children are found in one pass; a name is asked for again only right after itself.
+/// What the operations of ZAMXml say of texts, missing children and memory holds here too.
 class FieldCursor {
 public:
   /// The element is one of the tree and outlives the cursor.
@@ -51,8 +51,8 @@ public:
   /// The handle to the element, which is the index-th of its name.
   IXMLDOMNodePtr Handle(int index) const;
 
-  /// Whether all child elements were asked for in their order, each under a name of its own.
-  bool HasSeenAll() const noexcept;
+  /// Whether the child element behind those that were asked for has that name.
+  bool IsNext(const FieldName& name) const noexcept;
 
   void ReadText(const FieldName& name, _bstr_t& text);
   /// Whether ReadText would read that text.
@@ -74,6 +74,9 @@ private:
   FieldCursor(ZAMXml& xml, pugi::xml_node_struct* element) noexcept
       : m_Xml(&xml), m_Element(element) {}
 
+  pugi::xml_node NextElement() const noexcept;
+  /// Whether every child element was found, each under a name of its own.
+  bool HasSeenAll() const noexcept;
   pugi::xml_node Find(const FieldName& name);
   pugi::xml_node FindOrAdd(const FieldName& name);
 

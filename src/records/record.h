@@ -122,6 +122,7 @@ public:
     m_Cursor.ReadAttribute(child, attribute, value);
   }
   IXMLDOMNodePtr Child(const FieldName& name) { return m_Cursor.Child(name); }
+  FieldCursor& Cursor() { return m_Cursor; }
   template <class Record>
   void Nested(const FieldName& name, Record& record) {
     IXMLDOMNodePtr child = Child(name);
