@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "changes/rereading.h"
 #include "document/road.h"
 #include "document/sections.h"
@@ -85,8 +87,8 @@ int ZAMXMLFile::OnReadStudyInfo(ZAMXml& xml, ZAMLog* log) {
 }
 
 int ZAMXMLFile::OnReadModification(ZAMXml& xml, ZAMLog* log) {
-  const bool again = m_pFormerList != nullptr && m_Modifications.GetCount() == 0;
-  Rereading list{m_Modifications, again ? m_pFormerList : nullptr};
+  ZAMXMLModificationGroup* const former = std::exchange(m_pFormerList, nullptr);
+  Rereading list{m_Modifications, m_Modifications.GetCount() == 0 ? former : nullptr};
   return ReadSection(xml, zam::ModificationsPath, list, 1, log);
 }
 

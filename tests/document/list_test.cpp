@@ -157,7 +157,7 @@ TEST(List, DisturbedItIsReadAndWrittenLikeAnew) {
     test::Document document;
     ASSERT_EQ(document.OpenFromXML(source, nullptr), 1);
     if (random() % 3 == 0) {
-      Disturb(*document.m_Modifications.GetModification(random() % 3), random);
+      Disturb(*document.m_Modifications.GetModification(static_cast<int>(random() % 3)), random);
     }
     for (auto edits = random() % 3; edits > 0; --edits) {
       Disturb(document.m_Xml, Section(document.m_Xml), random);
