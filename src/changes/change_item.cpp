@@ -47,20 +47,39 @@ constexpr auto ValueFields = [](auto& item, auto& fields) {
   fields.Text(u"NewValue", item.m_NewValue);
 };
 
-/// The word as the library writes it needs no memory.
-void ReadValueFields(ZAMXMLChangeItem& item, zam::ReadingFields& fields) {
-  const auto* known = std::ranges::find_if(TypeWords, [&fields](const TypeWord& candidate) {
-    return fields.Cursor().Holds(u"ValueType", candidate.m_Word);
-  });
-  if (known != TypeWords.end()) {
-    item.m_ValueType = known->m_Type;
-  } else {
-    _bstr_t word;
-    fields.Text(u"ValueType", word);
-    item.m_ValueType = TypeOf(word.view());
+/// A word as the library writes it needs no memory.
+ZAMXML_VTYPE ReadType(zam::FieldCursor& cursor) {
+  for (const TypeWord& known : TypeWords) {
+    if (cursor.Holds(u"ValueType", known.m_Word)) {
+      return known.m_Type;
+    }
   }
-  ValueFields(item, fields);
+  _bstr_t word;
+  cursor.ReadText(u"ValueType", word);
+  return TypeOf(word.view());
 }
+
+void TypeField(ZAMXMLChangeItem& item, zam::ReadingFields& fields) {
+  item.m_ValueType = ReadType(fields.Cursor());
+}
+
+void TypeField(const ZAMXMLChangeItem& item, zam::ComparingFields& fields) {
+  fields.Require(ReadType(fields.Cursor()) == item.m_ValueType);
+}
+
+/// All that is read. Code, which only other writers store, leads theirs.
+constexpr auto StoredFields = [](auto& item, auto& fields) {
+  const bool codeLeads = fields.Cursor().IsNext(u"Code");
+  if (codeLeads) {
+    fields.Text(u"Code", item.m_Code);
+  }
+  PlaceFields(item, fields);
+  TypeField(item, fields);
+  ValueFields(item, fields);
+  if (!codeLeads) {
+    fields.Text(u"Code", item.m_Code);
+  }
+};
 
 int WriteValueFields(const ZAMXMLChangeItem& item, zam::WritingFields& fields) {
   const ZAMTextView word = WordOf(item.m_ValueType);
@@ -106,19 +125,7 @@ void ZAMXMLChangeItem::SetValueStatement(const ZAMXMLStatement& list) {
 }
 
 int ZAMXMLChangeItem::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zam::RunGuarded(xml, element, log, [&] {
-    zam::ReadingFields fields(xml, element, log);
-    const bool codeLeads = fields.Cursor().IsNext(u"Code");
-    if (codeLeads) {
-      fields.Text(u"Code", m_Code);
-    }
-    PlaceFields(*this, fields);
-    ReadValueFields(*this, fields);
-    if (!codeLeads) {
-      fields.Text(u"Code", m_Code);
-    }
-    return 1;
-  });
+  return zam::ReadRecord(*this, xml, element, log, StoredFields);
 }
 
 int ZAMXMLChangeItem::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
@@ -132,7 +139,8 @@ int ZAMXMLChangeItem::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* l
 int ZAMXMLChangeItem::ReadValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
     zam::ReadingFields fields(xml, element, log);
-    ReadValueFields(*this, fields);
+    TypeField(*this, fields);
+    ValueFields(*this, fields);
     return 1;
   });
 }
@@ -146,10 +154,7 @@ int ZAMXMLChangeItem::WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* l
 
 bool zam::Holds(FieldCursor element, const ZAMXMLChangeItem& item) {
   ComparingFields fields(element);
-  PlaceFields(item, fields);
-  fields.Text(u"ValueType", WordOf(item.m_ValueType));
-  ValueFields(item, fields);
-  fields.Text(u"Code", item.m_Code);
+  StoredFields(item, fields);
   return fields.IsSame();
 }
 

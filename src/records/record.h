@@ -148,8 +148,10 @@ public:
   explicit ComparingFields(FieldCursor& cursor) : m_Cursor(cursor) {}
 
   void Text(const FieldName& name, ZAMTextView value) {
-    m_IsSame = m_IsSame && m_Cursor.Holds(name, value);
+    Require(m_IsSame && m_Cursor.Holds(name, value));
   }
+  FieldCursor& Cursor() { return m_Cursor; }
+  void Require(bool isSame) { m_IsSame = m_IsSame && isSame; }
   bool IsSame() const { return m_IsSame; }
 
 private:
