@@ -69,9 +69,6 @@ private:
 
   void Plan() {
     m_States.resize(m_Places.GetCount());
-    if (m_Steps.size() == m_States.size()) {
-      return;  // every place is written once
-    }
     const std::vector<bool> alone = m_Places.FindAlone();
     for (std::size_t place = 0; place < alone.size(); ++place) {
       m_States[place].m_Alone = alone[place];

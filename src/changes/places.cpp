@@ -1,9 +1,9 @@
 #include "changes/places.h"
 
 #include <algorithm>
-#include <compare>
 #include <functional>
 #include <string>
+#include <unordered_set>
 
 #include "platform/name_escape.h"
 #include "platform/xml_path.h"
@@ -13,30 +13,23 @@ namespace {
 
 /// A place under the names that the tree stores: two paths may lead to one element.
 struct StoredPlace {
-  StoredPlace(const Place& place, std::size_t number)
-      : m_Element(Path(place.m_Node).Whole()),
-        m_Attribute(place.m_Attribute.empty() ? std::string() : StoredName(place.m_Attribute)),
-        m_nNumber(number),
-        m_IsRecord(place.IsRecord()) {
-    m_Element += '/';
+  explicit StoredPlace(const Place& place) : m_Key(Path(place.m_Node).Whole()) {
+    m_ElementLength = m_Key.size();
+    m_Key += '/';
+    m_Key += place.m_Attribute.empty() ? std::string() : StoredName(place.m_Attribute);
   }
-  auto operator<=>(const StoredPlace&) const = default;
+  std::string_view Element() const { return std::string_view(m_Key).substr(0, m_ElementLength); }
 
-  std::string m_Element;    ///< ends with "/": an element below begins with the whole of it
-  std::string m_Attribute;  ///< empty for the content of the element
-  std::size_t m_nNumber;
-  bool m_IsRecord;
+  std::string m_Key;  ///< the element's path, "/" and the attribute
+  std::size_t m_ElementLength = 0;
 };
 
-using StoredPlaces = std::vector<StoredPlace>;
-
-/// The places at one element.
-struct Element {
-  StoredPlaces::const_iterator m_First;
-  StoredPlaces::const_iterator m_End;
-  bool m_InRecord;  ///< a record is written at it or above it
-  bool m_IsAbove = false;
-};
+/// Cuts the last step off a path; false when it is the only one.
+bool CutLastStep(std::string_view& path) {
+  const auto end = path.rfind('/');
+  path = path.substr(0, end == std::string_view::npos ? 0 : end);
+  return !path.empty();
+}
 
 }  // namespace
 
@@ -61,48 +54,50 @@ std::size_t Places::Add(const ZAMXMLChangeItem& item) {
   const auto [known, added] = m_Numbers.try_emplace(Place(item), m_Places.size());
   if (added) {
     m_Places.push_back(known->first);
+    m_Meetings.push_back(0);
   }
+  ++m_Meetings[known->second];
   return known->second;
 }
 
-/// In order, the places at an element are neighbours, and those below it follow.
 std::vector<bool> Places::FindAlone() const {
-  std::vector<bool> alone(m_Places.size(), true);
-  StoredPlaces places;
-  places.reserve(m_Places.size());
-  for (const Place& place : m_Places) {
-    places.emplace_back(place, places.size());
+  std::vector<bool> alone(m_Places.size(), false);
+  const auto isRepeated = [this](std::size_t number) { return m_Meetings[number] > 2; };
+  if (std::ranges::none_of(m_Meetings, [](int meetings) { return meetings > 2; })) {
+    return alone;
   }
-  std::ranges::sort(places);
-  const auto share = [&alone](auto first, auto end) {
-    std::for_each(first, end, [&alone](const StoredPlace& each) { alone[each.m_nNumber] = false; });
-  };
-  std::vector<Element> above;
-  for (StoredPlaces::const_iterator first = places.begin(), end; first != places.end();
-       first = end) {
-    end = std::find_if(first, places.cend(), [first](const StoredPlace& each) {
-      return each.m_Element != first->m_Element;
-    });
-    while (!above.empty() && !first->m_Element.starts_with(above.back().m_First->m_Element)) {
-      above.pop_back();
+  const std::vector<StoredPlace> places(m_Places.begin(), m_Places.end());
+  std::unordered_map<std::string_view, int> sharers;   // places of one key, where one is repeated
+  std::unordered_map<std::string_view, bool> isAbove;  // elements of repeated places
+  std::unordered_set<std::string_view> records;        // elements
+  for (std::size_t number = 0; number < places.size(); ++number) {
+    if (isRepeated(number)) {
+      sharers.try_emplace(places[number].m_Key, 0);
+      isAbove.try_emplace(places[number].Element(), false);
     }
-    bool inRecord = false;
-    if (!above.empty()) {
-      Element& parent = above.back();
-      if (!parent.m_IsAbove) {
-        share(parent.m_First, parent.m_End);
-        parent.m_IsAbove = true;
-      }
-      inRecord = parent.m_InRecord;
+    if (m_Places[number].IsRecord()) {
+      records.insert(places[number].Element());
     }
-    for (auto place = first; place != end; ++place) {
-      const bool sameAsNext = place + 1 != end && place->m_Attribute == (place + 1)->m_Attribute;
-      if (inRecord || sameAsNext) {
-        share(place, place + (sameAsNext ? 2 : 1));
+  }
+  for (const StoredPlace& place : places) {
+    if (const auto shared = sharers.find(place.m_Key); shared != sharers.end()) {
+      ++shared->second;
+    }
+    for (std::string_view above = place.Element(); CutLastStep(above);) {
+      if (const auto found = isAbove.find(above); found != isAbove.end()) {
+        found->second = true;
       }
     }
-    inRecord = inRecord || std::any_of(first, end, std::mem_fn(&StoredPlace::m_IsRecord));
-    above.push_back({first, end, inRecord});
+  }
+  for (std::size_t number = 0; number < places.size(); ++number) {
+    if (isRepeated(number)) {
+      const StoredPlace& place = places[number];
+      bool inRecord = false;
+      for (std::string_view above = place.Element(); !inRecord && CutLastStep(above);) {
+        inRecord = records.contains(above);
+      }
+      alone[number] = sharers[place.m_Key] == 1 && !isAbove[place.Element()] && !inRecord;
+    }
   }
   return alone;
 }

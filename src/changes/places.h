@@ -32,8 +32,8 @@ public:
   std::size_t Add(const ZAMXMLChangeItem& item);
   std::size_t GetCount() const noexcept { return m_Places.size(); }
 
-  /// Tells for each place whether it stands alone: no write to another place changes what is there,
-  /// or which element its path leads to.
+  /// Tells for each place whether it is met more than twice and stands alone: no write to another
+  /// place changes what is there, or which element its path leads to.
   std::vector<bool> FindAlone() const;
 
 private:
@@ -43,6 +43,7 @@ private:
 
   std::unordered_map<Place, std::size_t, Hash> m_Numbers;
   std::vector<Place> m_Places;
+  std::vector<int> m_Meetings;  ///< of each place
 };
 
 }  // namespace zam
