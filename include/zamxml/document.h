@@ -107,16 +107,18 @@ public:
   /// Ends the edit and deletes the snapshot and the pending modification with its items.
   void CancelModify();
 
-  ZAMXMLDocumentInfo m_DocInfo;             ///< the header, as shown
-  ZAMXMLPatientInfo m_PatientInfo;          ///< as shown
-  ZAMXMLOrderInfo m_OrderInfo;              ///< as shown
-  ZAMXMLStudyInfo m_StudyInfo;              ///< as shown
-  ZAMXMLModificationGroup m_Modifications;  ///< committed modifications, oldest first
-  ZAMXMLDocumentInfo m_DefaultDocInfo;      ///< the header of a new or cleared document; its ID and
-                                            ///< Version go into every header that is written
-  ZAMXml m_Xml;                             ///< tree of the document
-  ZAMXml m_CloneXml;                        ///< snapshot of an open edit
-  int m_nHistory;                           ///< shown position, -1 = original
+  ZAMXMLDocumentInfo m_DocInfo;     ///< the header, as shown
+  ZAMXMLPatientInfo m_PatientInfo;  ///< as shown
+  ZAMXMLOrderInfo m_OrderInfo;      ///< as shown
+  ZAMXMLStudyInfo m_StudyInfo;      ///< as shown
+  /// Committed modifications, oldest first. A move of the history reads them again and keeps those
+  /// that are still the same in the tree.
+  ZAMXMLModificationGroup m_Modifications;
+  ZAMXMLDocumentInfo m_DefaultDocInfo;  ///< the header of a new or cleared document; its ID and
+                                        ///< Version go into every header that is written
+  ZAMXml m_Xml;                         ///< tree of the document
+  ZAMXml m_CloneXml;                    ///< snapshot of an open edit
+  int m_nHistory;                       ///< shown position, -1 = original
   std::unique_ptr<ZAMXMLModification> m_pModification;  ///< pending modification, or null
 
 protected:
@@ -235,4 +237,5 @@ private:
   int m_nForeignEdit = 0;  ///< nonzero when the open edit was begun on a former document
   unsigned int m_BuildingSession = 0;  ///< the session in which hooks are writing the tree, or 0
   unsigned int m_ReadingSession = 0;   ///< the session in which hooks are reading a tree, or 0
+  ZAMXMLModificationGroup* m_pFormerList = nullptr;  ///< the list before it is read again, or null
 };

@@ -2,6 +2,8 @@
 #include <array>
 #include <string_view>
 
+#include "changes/rereading.h"
+#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -45,6 +47,50 @@ constexpr auto ValueFields = [](auto& item, auto& fields) {
   fields.Text(u"NewValue", item.m_NewValue);
 };
 
+/// A word as the library writes it needs no memory.
+ZAMXML_VTYPE ReadType(zam::FieldCursor& cursor) {
+  for (const TypeWord& known : TypeWords) {
+    if (cursor.Holds(u"ValueType", known.m_Word)) {
+      return known.m_Type;
+    }
+  }
+  _bstr_t word;
+  cursor.ReadText(u"ValueType", word);
+  return TypeOf(word.view());
+}
+
+void TypeField(ZAMXMLChangeItem& item, zam::ReadingFields& fields) {
+  item.m_ValueType = ReadType(fields.Cursor());
+}
+
+void TypeField(const ZAMXMLChangeItem& item, zam::ComparingFields& fields) {
+  fields.Require(ReadType(fields.Cursor()) == item.m_ValueType);
+}
+
+/// All that is read. Code, which only other writers store, leads theirs.
+constexpr auto StoredFields = [](auto& item, auto& fields) {
+  const bool codeLeads = fields.Cursor().IsNext(u"Code");
+  if (codeLeads) {
+    fields.Text(u"Code", item.m_Code);
+  }
+  PlaceFields(item, fields);
+  TypeField(item, fields);
+  ValueFields(item, fields);
+  if (!codeLeads) {
+    fields.Text(u"Code", item.m_Code);
+  }
+};
+
+int WriteValueFields(const ZAMXMLChangeItem& item, zam::WritingFields& fields) {
+  const ZAMTextView word = WordOf(item.m_ValueType);
+  if (word.IsNull()) {
+    return 0;
+  }
+  fields.Text(u"ValueType", word);
+  ValueFields(item, fields);
+  return 1;
+}
+
 }  // namespace
 
 ZAMXMLChangeItem::ZAMXMLChangeItem() { Clear(); }
@@ -79,28 +125,21 @@ void ZAMXMLChangeItem::SetValueStatement(const ZAMXMLStatement& list) {
 }
 
 int ZAMXMLChangeItem::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-  return zam::RunGuarded(xml, element, log, [&] {
-    zam::ReadingFields fields(xml, element, log);
-    fields.Text(u"Code", m_Code);
-    PlaceFields(*this, fields);
-    return ReadValue(xml, element, log);
-  });
+  return zam::ReadRecord(*this, xml, element, log, StoredFields);
 }
 
 int ZAMXMLChangeItem::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
     zam::WritingFields fields(xml, element, log);
     PlaceFields(*this, fields);
-    return WriteValue(xml, element, log);
+    return WriteValueFields(*this, fields);
   });
 }
 
 int ZAMXMLChangeItem::ReadValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
     zam::ReadingFields fields(xml, element, log);
-    _bstr_t word;
-    fields.Text(u"ValueType", word);
-    m_ValueType = TypeOf(word.view());
+    TypeField(*this, fields);
     ValueFields(*this, fields);
     return 1;
   });
@@ -108,13 +147,22 @@ int ZAMXMLChangeItem::ReadValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* lo
 
 int ZAMXMLChangeItem::WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    const ZAMTextView word = WordOf(m_ValueType);
-    if (word.IsNull()) {
-      return 0;
-    }
     zam::WritingFields fields(xml, element, log);
-    fields.Text(u"ValueType", word);
-    ValueFields(*this, fields);
-    return 1;
+    return WriteValueFields(*this, fields);
   });
+}
+
+bool zam::Holds(FieldCursor element, const ZAMXMLChangeItem& item) {
+  ComparingFields fields(element);
+  StoredFields(item, fields);
+  return fields.IsSame();
+}
+
+bool zam::IsWritten(WrittenCursor inside, const ZAMXMLChangeItem& item) {
+  const ZAMTextView word = WordOf(item.m_ValueType);
+  WrittenFields fields(inside);
+  PlaceFields(item, fields);
+  fields.Text(u"ValueType", word);
+  ValueFields(item, fields);
+  return !word.IsNull() && fields.IsSame() && inside.IsAtEnd();
 }

@@ -1,4 +1,6 @@
 #include "changes/owned_entries.h"
+#include "changes/rereading.h"
+#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -48,4 +50,36 @@ int ZAMXMLModification::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog*
     zam::WriteEntries(m_Changes, xml, changes, u"Item", log);
     return 1;
   });
+}
+
+bool zam::Holds(FieldCursor element, const ZAMXMLModification& modification) {
+  ComparingFields fields(element);
+  Fields(modification, fields);
+  FieldCursor changes = element.Below(u"Changes");
+  if (!fields.IsSame() || !changes) {
+    return false;
+  }
+  FieldCursor item = changes.Below(u"Item");
+  for (const ZAMXMLChangeItem* const known : modification.m_Changes) {
+    if (!item || !Holds(item, *known)) {
+      return false;
+    }
+    item = item.Next(u"Item");
+  }
+  return !item;
+}
+
+bool zam::IsWritten(WrittenCursor inside, const ZAMXMLModification& modification) {
+  WrittenFields fields(inside);
+  Fields(modification, fields);
+  if (!fields.IsSame() || !inside.Next(u"Changes") || !inside.IsAtEnd()) {
+    return false;
+  }
+  WrittenCursor items = inside.Inside();
+  for (const ZAMXMLChangeItem* const item : modification.m_Changes) {
+    if (!items.Next(u"Item") || !IsWritten(items.Inside(), *item)) {
+      return false;
+    }
+  }
+  return items.IsAtEnd();
 }

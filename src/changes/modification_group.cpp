@@ -1,4 +1,8 @@
+#include <utility>
+
 #include "changes/owned_entries.h"
+#include "changes/rereading.h"
+#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -22,8 +26,56 @@ int ZAMXMLModificationGroup::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, Z
 
 int ZAMXMLModificationGroup::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    xml.RemoveChildNodeAll(element);
-    zam::WriteEntries(m_ModificationList, xml, element, u"Modification", log);
+    const int written = zam::CountWritten(*this, xml, element);
+    if (written == 0) {
+      xml.RemoveChildNodeAll(element);
+    }
+    zam::WriteEntries(m_ModificationList, xml, element, u"Modification", log, written);
     return 1;
   });
+}
+
+int zam::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former, ZAMXml& xml,
+                   const IXMLDOMNodePtr& element, ZAMLog* log) {
+  auto& entries = list.m_ModificationList;
+  auto& known = former.m_ModificationList;
+  return RunGuarded(xml, element, log, [&] {
+    const FieldName name(u"Modification");
+    FieldCursor child = FieldCursor(xml, element).Below(name);
+    for (int position = 0; child; child = child.Next(name), ++position) {
+      const int index = entries.GetCount();
+      if (index < known.GetCount() && Holds(child, *known[index])) {
+        entries.Add(known[index]);
+        known[index] = nullptr;
+      } else {
+        IXMLDOMNodePtr handle = child.Handle(position);
+        ReadEntry(entries, xml, handle, log);
+      }
+    }
+    return 1;
+  });
+}
+
+void zam::TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& list) {
+  auto& known = former.m_ModificationList;
+  for (int index = known.GetCount() - 1; index >= 0; --index) {
+    if (known[index] == nullptr && index < list.GetCount()) {
+      std::swap(known[index], list.m_ModificationList[index]);
+    }
+    if (known[index] == nullptr) {
+      known.RemoveAt(index);
+    }
+  }
+}
+
+int zam::CountWritten(const ZAMXMLModificationGroup& list, ZAMXml& xml,
+                      const IXMLDOMNodePtr& element) {
+  int count = 0;
+  for (WrittenCursor cursor(xml, element); !cursor.IsAtEnd(); ++count) {
+    if (count == list.GetCount() || !cursor.Next(u"Modification") ||
+        !IsWritten(cursor.Inside(), *list.GetModification(count))) {
+      return 0;
+    }
+  }
+  return count;
 }

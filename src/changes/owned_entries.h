@@ -17,24 +17,32 @@ void DeleteEntries(ZAMArray<Entry*>& entries) noexcept {
   }
 }
 
+/// Appends the entry of an element if it can be read.
+template <class Entry>
+void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, IXMLDOMNodePtr& child, ZAMLog* log) {
+  auto entry = std::make_unique<Entry>();
+  if (entry->ReadFromXML(xml, child, log) != 0) {
+    entries.Add(entry.get());
+    entry.release();
+  }
+}
+
 /// Appends the entries that can be read.
 template <class Entry>
 void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
-                 ZAMTextView name, ZAMLog* log) {
-  ForEachChild(xml, element, name, [&](IXMLDOMNodePtr& child) {
-    auto entry = std::make_unique<Entry>();
-    if (entry->ReadFromXML(xml, child, log) != 0) {
-      entries.Add(entry.get());
-      entry.release();
-    }
-  });
+                 const FieldName& name, ZAMLog* log) {
+  FieldCursor child = FieldCursor(xml, element).Below(name);
+  for (int position = 0; child; child = child.Next(name), ++position) {
+    IXMLDOMNodePtr handle = child.Handle(position);
+    ReadEntry(entries, xml, handle, log);
+  }
 }
 
-/// Adds an element for every entry; one that cannot be written stays incomplete.
+/// Adds an element for every entry from the first on; one that cannot be written stays incomplete.
 template <class Entry>
 void WriteEntries(const ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
-                  ZAMTextView name, ZAMLog* log) {
-  for (int index = 0; index < entries.GetCount(); ++index) {
+                  ZAMTextView name, ZAMLog* log, int first = 0) {
+  for (int index = first; index < entries.GetCount(); ++index) {
     AddChild(xml, element, name, nullptr, index,
              [&](IXMLDOMNodePtr& child) { entries[index]->WriteToXML(xml, child, log); });
   }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "changes/rereading.h"
 #include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
@@ -8,11 +9,11 @@
 
 namespace {
 
-/// Whether a list that was read again has all that the list before it had: the reading leaves out
-/// entries for which there is no memory.
+/// Whether a list that was read again has all that the list before it had, entries that were taken
+/// over included: the reading leaves out entries for which there is no memory.
 bool IsWhole(const ZAMXMLModificationGroup& read, const ZAMXMLModificationGroup& before) {
   const auto sameCount = [](const ZAMXMLModification* left, const ZAMXMLModification* right) {
-    return left->GetCount() == right->GetCount();
+    return right == nullptr || left->GetCount() == right->GetCount();
   };
   return std::equal(read.m_ModificationList.begin(), read.m_ModificationList.end(),
                     before.m_ModificationList.begin(), before.m_ModificationList.end(), sameCount);
@@ -93,11 +94,13 @@ void ZAMXMLFile::RestoreList() {
 int ZAMXMLFile::RereadRecords(int position) {
   ZAMXMLModificationGroup kept;
   std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
+  const zam::Scoped former(m_pFormerList, &kept);
   m_nStale = 1;
   const unsigned int session = Session();
   const auto putBack = [&] {
     // A hook may have closed the document, or opened another.
     if (session == Session()) {
+      zam::TakeBack(kept, m_Modifications);
       std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
       m_nHistory = position;
     }

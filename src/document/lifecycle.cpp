@@ -82,6 +82,7 @@ int ZAMXMLFile::OpenFromXML(ZAMXml& source, ZAMLog* log) {
 int ZAMXMLFile::ReadOpenedTree(const _bstr_t& function, int line, ZAMLog* log) {
   m_nStale = 0;
   m_nWithheld = 0;
+  m_pFormerList = nullptr;  // a hook of a reading may open another document
   const zam::WarningScope warnings(m_Xml, log != nullptr ? log : this);
   if (m_Xml.GetNode(zam::RootPath)) {
     return _ReadFromXML(m_Xml, 1, log);

@@ -1,7 +1,25 @@
+#include <utility>
+
+#include "changes/rereading.h"
 #include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "zamxml/document.h"
+
+namespace {
+
+/// The list of modifications, read for the first time or, with a former list, once more.
+struct Rereading {
+  int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
+    return m_pFormer != nullptr ? zam::ReadAgain(m_List, *m_pFormer, xml, element, log)
+                                : m_List.ReadFromXML(xml, element, log);
+  }
+
+  ZAMXMLModificationGroup& m_List;
+  ZAMXMLModificationGroup* m_pFormer;
+};
+
+}  // namespace
 
 /// Reads a record from its section; `whenAbsent` is the result where there is none.
 template <class Section>
@@ -69,7 +87,9 @@ int ZAMXMLFile::OnReadStudyInfo(ZAMXml& xml, ZAMLog* log) {
 }
 
 int ZAMXMLFile::OnReadModification(ZAMXml& xml, ZAMLog* log) {
-  return ReadSection(xml, zam::ModificationsPath, m_Modifications, 1, log);
+  ZAMXMLModificationGroup* const former = std::exchange(m_pFormerList, nullptr);
+  Rereading list{m_Modifications, m_Modifications.GetCount() == 0 ? former : nullptr};
+  return ReadSection(xml, zam::ModificationsPath, list, 1, log);
 }
 
 int ZAMXMLFile::OnReadNonStandard(ZAMXml& /*xml*/, ZAMLog* /*log*/) { return 1; }

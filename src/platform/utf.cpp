@@ -3,6 +3,7 @@
 #include <utf8.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -55,6 +56,24 @@ std::string Convert(std::u16string_view units, Accept accept) {
 
 bool IsAsciiByte(char byte) noexcept { return static_cast<unsigned char>(byte) < 0x80; }
 
+bool IsSameByCharacter(std::u16string_view units, std::string_view bytes) noexcept {
+  for (std::size_t position = 0; position < units.size();) {
+    const char32_t point = NextCodePoint(units, position);
+    std::array<char, 4> encoded{};
+    if (point == LoneSurrogate) {
+      return false;
+    }
+    const char* const end = utf8::append(point, encoded.data());
+    const std::string_view character(encoded.data(),
+                                     static_cast<std::size_t>(end - encoded.data()));
+    if (!bytes.starts_with(character)) {
+      return false;
+    }
+    bytes.remove_prefix(character.size());
+  }
+  return bytes.empty();
+}
+
 /// The first byte that is zero or no ASCII, looking at eight at a time.
 const char* EndOfPlain(const char* position, const char* end) noexcept {
   constexpr std::uint64_t HighBits = 0x8080808080808080;
@@ -82,9 +101,22 @@ std::string ToXmlUtf8(std::u16string_view units, bool& replaced) {
   });
 }
 
+bool IsXmlText(std::u16string_view units) noexcept {
+  const auto isPlain = [](char16_t unit) { return unit >= 0x20 && unit < 0xD800; };
+  auto position =
+      static_cast<std::size_t>(std::ranges::find_if_not(units, isPlain) - units.begin());
+  while (position < units.size()) {
+    if (!XmlCanCarry(NextCodePoint(units, position))) {
+      return false;
+    }
+  }
+  return true;
+}
+
 bool IsSame(std::u16string_view units, std::string_view bytes) noexcept {
   if (units.size() != bytes.size()) {
-    return false;
+    return units.size() < bytes.size() && bytes.size() <= 3 * units.size() &&
+           IsSameByCharacter(units, bytes);
   }
   unsigned int difference = 0;
   for (std::size_t i = 0; i < units.size(); ++i) {

@@ -18,7 +18,10 @@ std::u16string ToUtf16(std::string_view bytes);
 /// set to true (otherwise left alone).
 std::string ToXmlUtf8(std::u16string_view units, bool& replaced);
 
-/// Whether the units are the ASCII text of the bytes.
+/// Whether XML can carry all of the units: ToXmlUtf8 would replace none.
+bool IsXmlText(std::u16string_view units) noexcept;
+
+/// Whether the units are the text of the bytes, which are then UTF-8.
 bool IsSame(std::u16string_view units, std::string_view bytes) noexcept;
 
 /// True when every byte is ASCII.

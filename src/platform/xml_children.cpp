@@ -40,10 +40,12 @@ pugi::xml_node ZAMXmlDocument::Child(pugi::xml_node parent, std::string_view nam
   }
   int passed = 0;
   int before = 0;
-  for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling()) {
-    if (zam::IsElement(child, name) && before++ == index) {
+  pugi::xml_node child = parent.first_child();
+  for (auto type = child.type(); type != pugi::node_null; type = child.type()) {
+    if (type == pugi::node_element && zam::IsElement(child, name) && before++ == index) {
       return child;
     }
+    child = child.next_sibling();
     if (++passed > LongSearch) {
       return At(MakeIndex(parent), name, index);
     }

@@ -19,14 +19,17 @@ int DepthOf(pugi::xml_node node) {
 bool HasElements(pugi::xml_node node) { return static_cast<bool>(ElementFrom(node.first_child())); }
 
 bool IsElement(pugi::xml_node node, std::string_view name) {
+  // Most names differ at once, and each call into the parser's library counts here.
   const char* const own = node.name();
-  return node.type() == pugi::node_element && std::strncmp(own, name.data(), name.size()) == 0 &&
-         own[name.size()] == '\0';
+  return own[0] == name.front() && std::strncmp(own, name.data(), name.size()) == 0 &&
+         own[name.size()] == '\0' && node.type() == pugi::node_element;
 }
 
 pugi::xml_node ElementFrom(pugi::xml_node node) {
-  while (node && node.type() != pugi::node_element) {
+  pugi::xml_node_type type = node.type();
+  while (type != pugi::node_element && type != pugi::node_null) {
     node = node.next_sibling();
+    type = node.type();
   }
   return node;
 }

@@ -135,9 +135,17 @@ int DepthOf(pugi::xml_node node);
 pugi::xml_node ElementFrom(pugi::xml_node node);
 
 bool HasElements(pugi::xml_node node);
+/// The name is not empty.
 bool IsElement(pugi::xml_node node, std::string_view name);
 
 /// White space that only formats: spaces, tabs and line feeds.
 bool IsFormatting(pugi::xml_node node);
+
+/// The line break and indentation that a piece of white space ends with; empty without a line
+/// break.
+std::string_view LastLine(pugi::xml_node whiteSpace);
+
+/// What a new text becomes that is all that an element holds.
+pugi::xml_node_type TextTypeOf(std::string_view text);
 
 }  // namespace zam

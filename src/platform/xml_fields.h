@@ -37,17 +37,32 @@ private:
 };
 
 /// Reads and writes the first child of each name below one element. Names that are asked for in the
-/// order of the children are found in one pass. What the operations of ZAMXml say of texts, missing
-/// children and memory holds here too.
+/// order of the children are found in one pass; a name is asked for again only right after itself.
+/// What the operations of ZAMXml say of texts, missing children and memory holds here too.
 class FieldCursor {
 public:
   /// The element is one of the tree and outlives the cursor.
   FieldCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept;
 
+  /// Cursors on the first child of that name, and on the next sibling; false when there is none.
+  FieldCursor Below(const FieldName& name);
+  FieldCursor Next(const FieldName& name) const noexcept;
+  explicit operator bool() const noexcept { return m_Element != nullptr; }
+  /// The handle to the element, which is the index-th of its name.
+  IXMLDOMNodePtr Handle(int index) const;
+
+  /// Whether the child element behind those that were asked for has that name.
+  bool IsNext(const FieldName& name) const noexcept;
+
   void ReadText(const FieldName& name, _bstr_t& text);
+  /// Whether ReadText would read that text.
+  bool Holds(const FieldName& name, ZAMTextView text);
   void ReadAttribute(const FieldName& child, const FieldName& attribute, _bstr_t& value);
   /// Null when there is none.
   IXMLDOMNodePtr Child(const FieldName& name);
+
+  /// Whether there is a child of that name and nothing else but others of it and formatting.
+  bool HoldsOnly(const FieldName& name) const;
 
   /// False, logged, when the child is missing and cannot be added.
   bool WriteText(const FieldName& name, ZAMTextView text);
@@ -56,11 +71,16 @@ public:
   IXMLDOMNodePtr ChildToWrite(const FieldName& name);
 
 private:
+  FieldCursor(ZAMXml& xml, pugi::xml_node_struct* element) noexcept
+      : m_Xml(&xml), m_Element(element) {}
+
+  pugi::xml_node NextElement() const noexcept;
+  /// Whether every child element was found, each under a name of its own.
+  bool HasSeenAll() const noexcept;
   pugi::xml_node Find(const FieldName& name);
   pugi::xml_node FindOrAdd(const FieldName& name);
 
-  ZAMXml& m_Xml;
-  const IXMLDOMNodePtr& m_Handle;
+  ZAMXml* m_Xml;
   pugi::xml_node_struct* m_Element;
   pugi::xml_node_struct* m_Last = nullptr;  ///< the child that was found last
   bool m_InOrder = true;  ///< every child element up to the last was found under a name of its own

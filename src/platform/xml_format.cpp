@@ -13,24 +13,19 @@ bool IsFormatting(pugi::xml_node node) {
          std::string_view(node.value()).find_first_not_of(" \t\n") == std::string_view::npos;
 }
 
-namespace {
-
-/// The line break and indentation that a piece of white space ends with; empty without a line
-/// break.
-std::string LastLine(pugi::xml_node whiteSpace) {
+std::string_view LastLine(pugi::xml_node whiteSpace) {
   const std::string_view value = whiteSpace.value();
   const auto line = value.rfind('\n');
-  return line == std::string_view::npos ? std::string() : std::string(value.substr(line));
+  return line == std::string_view::npos ? std::string_view() : value.substr(line);
 }
 
-}  // namespace
 }  // namespace zam
 
 void ZAMXmlDocument::LearnIndentation() {
   const pugi::xml_node first = Root().first_child();
   m_Lines =
       first && zam::IsFormatting(first) && first.next_sibling() && !zam::LastLine(first).empty();
-  m_IndentUnit = m_Lines ? zam::LastLine(first).substr(1) : std::string();
+  m_IndentUnit = m_Lines ? std::string(zam::LastLine(first).substr(1)) : std::string();
 }
 
 zam::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) {
@@ -58,7 +53,7 @@ zam::Formatting ZAMXmlDocument::FormattingFor(pugi::xml_node parent) {
   std::string own = "\n";
   if (parent != Root()) {
     const pugi::xml_node before = parent.previous_sibling();
-    own = before && zam::IsFormatting(before) ? zam::LastLine(before) : std::string();
+    own = before && zam::IsFormatting(before) ? zam::LastLine(before) : std::string_view();
     if (own.empty()) {
       return {};
     }

@@ -46,7 +46,7 @@ bool IsBlank(std::string_view text) {
 
 void InsertText(zam::Insertion& insertion, pugi::xml_node front, const std::string& text,
                 bool elements) {
-  if (elements || IsBlank(text)) {
+  if (elements || zam::TextTypeOf(text) == pugi::node_cdata) {
     InsertProtected(insertion, front, text);
   } else {
     insertion.Before(front, pugi::node_pcdata, text);
@@ -55,10 +55,15 @@ void InsertText(zam::Insertion& insertion, pugi::xml_node front, const std::stri
 
 }  // namespace
 
+pugi::xml_node_type zam::TextTypeOf(std::string_view text) {
+  return IsBlank(text) ? pugi::node_cdata : pugi::node_pcdata;
+}
+
 std::string_view ZAMXmlDocument::Text(pugi::xml_node element, std::string& joined) {
   const pugi::xml_node first = element.first_child();
-  if (!first.next_sibling()) {
-    return first && IsText(first, false) ? first.value() : "";
+  const pugi::xml_node_type type = first.type();
+  if (type == pugi::node_null || !first.next_sibling()) {
+    return type == pugi::node_pcdata || type == pugi::node_cdata ? first.value() : "";
   }
   const bool elements = zam::HasElements(element);
   joined.clear();

@@ -122,6 +122,7 @@ public:
     m_Cursor.ReadAttribute(child, attribute, value);
   }
   IXMLDOMNodePtr Child(const FieldName& name) { return m_Cursor.Child(name); }
+  FieldCursor& Cursor() { return m_Cursor; }
   template <class Record>
   void Nested(const FieldName& name, Record& record) {
     IXMLDOMNodePtr child = Child(name);
@@ -139,6 +140,23 @@ private:
   ZAMXml& m_Xml;
   FieldCursor m_Cursor;
   ZAMLog* m_Log;
+};
+
+/// Finds out whether an element holds the fields of a record as they are.
+class ComparingFields {
+public:
+  explicit ComparingFields(FieldCursor& cursor) : m_Cursor(cursor) {}
+
+  void Text(const FieldName& name, ZAMTextView value) {
+    Require(m_IsSame && m_Cursor.Holds(name, value));
+  }
+  FieldCursor& Cursor() { return m_Cursor; }
+  void Require(bool isSame) { m_IsSame = m_IsSame && isSame; }
+  bool IsSame() const { return m_IsSame; }
+
+private:
+  FieldCursor& m_Cursor;
+  bool m_IsSame = true;
 };
 
 /// Stores the fields of a record in its element.

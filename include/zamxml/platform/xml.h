@@ -13,6 +13,7 @@ struct ZAMXmlDocument;
 namespace zam {
 class FieldCursor;
 class Replacement;
+class WrittenCursor;
 }  // namespace zam
 
 /// A counted handle to one element of a ZAMXml document, or null.
@@ -216,6 +217,7 @@ protected:
 private:
   friend class zam::FieldCursor;
   friend class zam::Replacement;
+  friend class zam::WrittenCursor;
   struct ZAMXML_LOCAL Access;
 
   int Fail(int code, const _bstr_t& detail, ZAMLog* log);

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/xml_fields.h"
+#include "zamxml/changes.h"
+
+/// Reading the list of modifications once more: what the tree still holds stays where it is.
+namespace zam {
+
+/// Whether the element, read, would give the record again.
+bool Holds(FieldCursor element, const ZAMXMLChangeItem& item);
+bool Holds(FieldCursor element, const ZAMXMLModification& modification);
+
+/// Reads an empty list from its element, like its ReadFromXML. Entries of the former list which the
+/// element still holds, at the same index, move over and leave null there.
+int ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former, ZAMXml& xml,
+              const IXMLDOMNodePtr& element, ZAMLog* log);
+
+/// Moves such entries back, as far as they are still in the list.
+void TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& list);
+
+}  // namespace zam
