@@ -52,13 +52,17 @@ std::string Headline(const ZAMXMLModification& modification, int number) {
                      Printable(modification.m_UserID), name);
 }
 
+std::string ChangeLine(const ZAMXMLChangeItem& item) {
+  return fmt::format("{}: {} → {}\n", Printable(_bstr_t::FromUtf8(PathOf(item).Whole())),
+                     Painted(Colour::Old, Quoted(item.m_OldValue)),
+                     Painted(Colour::New, Quoted(item.m_NewValue)));
+}
+
 std::string ChangeLines(const ZAMXMLModification& modification, const PathFilter& filter) {
   std::string lines;
   for (const ZAMXMLChangeItem* item : modification.m_Changes) {
     if (Concerns(filter, *item)) {
-      lines += fmt::format("    {}: {} → {}\n", Printable(_bstr_t::FromUtf8(PathOf(*item).Whole())),
-                           Painted(Colour::Old, Quoted(item->m_OldValue)),
-                           Painted(Colour::New, Quoted(item->m_NewValue)));
+      lines += "    " + ChangeLine(*item);
     }
   }
   return lines;

@@ -10,6 +10,7 @@
 #include "input.h"
 #include "json_form.h"
 #include "output.h"
+#include "suggestion.h"
 #include "text.h"
 #include "values.h"
 #include "verbs.h"
@@ -90,7 +91,7 @@ int Run(const Options& options) {
     }
   }
   Deliver(options.m_Json ? JsonText(json) : text);
-  return ReportIdle(filter, options.m_File);
+  return ReportIdle(filter, options.m_File, document.m_Xml);
 }
 
 }  // namespace

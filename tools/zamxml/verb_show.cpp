@@ -10,6 +10,7 @@
 #include "input.h"
 #include "json_form.h"
 #include "output.h"
+#include "suggestion.h"
 #include "text.h"
 #include "values.h"
 #include "verbs.h"
@@ -153,7 +154,7 @@ int PrintValues(Document& document, const Options& options, int position) {
     }
   }
   Deliver(options.m_Json ? JsonText(json) : text);
-  return ReportIdle(filter, options.m_File);
+  return ReportIdle(filter, options.m_File, document.m_Xml);
 }
 
 int Run(const Options& options) {
