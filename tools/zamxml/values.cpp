@@ -12,8 +12,13 @@ class ValueReader {
 public:
   explicit ValueReader(ZAMXml& tree) : m_Tree(tree) {}
 
-  std::vector<Value> ReadAll() {
-    ForEachChild(m_Tree, m_Tree.GetNode(u"KESTRANE_ZAM"),
+  /// Of everything but the history; with the root's own values or without them.
+  std::vector<Value> ReadAll(bool withRoot) {
+    const IXMLDOMNodePtr root = m_Tree.GetNode(u"KESTRANE_ZAM");
+    if (withRoot) {
+      ReadOwn(root, {});
+    }
+    ForEachChild(m_Tree, root,
                  [this](const IXMLDOMNodePtr& child, const std::string& name, int index) {
                    if (name != "Modifications") {
                      Read(child, Step(name, index));
@@ -23,7 +28,7 @@ public:
   }
 
 private:
-  void Read(const IXMLDOMNodePtr& element, const std::string& path) {
+  void ReadOwn(const IXMLDOMNodePtr& element, const std::string& path) {
     _bstr_t text;
     m_Tree.GetNodeText(element, text);
     if (text.length() != 0 || !m_Tree.GetFirstChildNode(element)) {
@@ -33,6 +38,10 @@ private:
     for (int i = 0; m_Tree.GetAttribute(element, i, name, text) != 0; ++i) {
       m_Values.push_back({{path, name.utf8()}, text});
     }
+  }
+
+  void Read(const IXMLDOMNodePtr& element, const std::string& path) {
+    ReadOwn(element, path);
     ForEachChild(m_Tree, element,
                  [&](const IXMLDOMNodePtr& child, const std::string& childName, int index) {
                    Read(child, path + '/' + Step(childName, index));
@@ -63,7 +72,9 @@ std::string Step(const std::string& name, int index) {
   return index == 0 ? name : name + '[' + std::to_string(index) + ']';
 }
 
-std::vector<Value> ReadValues(ZAMXml& tree) { return ValueReader(tree).ReadAll(); }
+std::vector<Value> ReadValues(ZAMXml& tree) { return ValueReader(tree).ReadAll(false); }
+
+std::vector<Value> ReadAllValues(ZAMXml& tree) { return ValueReader(tree).ReadAll(true); }
 
 std::optional<_bstr_t> ReadHeld(ZAMXml& tree, const _bstr_t& node, const _bstr_t& attribute,
                                 ZAMXML_VTYPE type) {

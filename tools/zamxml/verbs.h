@@ -11,6 +11,7 @@ void AddBlame(CommandLine& line);
 void AddAmend(CommandLine& line);
 void AddRevert(CommandLine& line);
 void AddCheck(CommandLine& line);
+void AddDigest(CommandLine& line);
 void AddChanges(CommandLine& line);
 void AddExport(CommandLine& line);
 void AddImport(CommandLine& line);
