@@ -21,6 +21,8 @@ bool Overlap(const ZAMXMLChangeItem& left, const ZAMXMLChangeItem& right);
 /// True when the filter takes the change or any place that it writes.
 bool Concerns(const PathFilter& filter, const ZAMXMLChangeItem& item);
 
+/// "2024-03-05 11:02:17  rpark (Rina Park)"
+std::string Origin(const ZAMXMLModification& modification);
 /// "3  2024-03-05 11:02:17  rpark (Rina Park)", the number in colour.
 std::string Headline(const ZAMXMLModification& modification, int number);
 

@@ -29,7 +29,7 @@ int Run(int argc, char** argv) {
   try {
     CommandLine line("Examination documents and their recorded history", Footer);
     for (const auto add : {AddNew, AddShow, AddLog, AddDiff, AddBlame, AddAmend, AddRevert,
-                           AddCheck, AddDigest, AddChanges, AddExport, AddImport}) {
+                           AddCheck, AddDigest, AddChanges, AddExport, AddImport, AddComplete}) {
       add(line);
     }
     const VerbRun run = line.Parse(argc, argv);

@@ -75,6 +75,13 @@ std::string Printable(const _bstr_t& value) {
   return line + _bstr_t(units.substr(begin)).utf8();
 }
 
+std::size_t WidthOf(std::string_view printable) {
+  // The format library knows which characters are wide: it fills a line of that many columns.
+  constexpr std::size_t Columns = 1000;
+  const std::string filled = fmt::format("{:<{}}|", printable, Columns);
+  return Columns + printable.size() + 1 - filled.size();
+}
+
 std::string Quoted(const _bstr_t& value) { return '"' + Printable(value) + '"'; }
 
 std::string Reason(const ZAMLog& log, const std::string& path) {

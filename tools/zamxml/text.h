@@ -2,6 +2,7 @@
 
 #include <ZAMXMLData.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,8 @@ _bstr_t FileName(const std::string& name);
 /// the direction of writing appear as escapes, so that nothing in a document can dress up as
 /// output.
 std::string Printable(const _bstr_t& value);
+/// How many columns of a terminal it takes.
+std::size_t WidthOf(std::string_view printable);
 /// The same in quotation marks.
 std::string Quoted(const _bstr_t& value);
 

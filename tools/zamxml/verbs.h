@@ -15,3 +15,4 @@ void AddDigest(CommandLine& line);
 void AddChanges(CommandLine& line);
 void AddExport(CommandLine& line);
 void AddImport(CommandLine& line);
+void AddComplete(CommandLine& line);
