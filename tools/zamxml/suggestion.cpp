@@ -78,6 +78,9 @@ std::string DidYouMean(ZAMXml& tree, const std::string& given) {
   std::string found;
   const std::string plain = WithoutIndexes(given);
   for (const std::string& path : ReadPaths(tree)) {
+    if (path == plain) {
+      return {};
+    }
     const std::size_t longer = std::max(path.size(), plain.size());
     if (longer - std::min(path.size(), plain.size()) >= nearest) {
       continue;

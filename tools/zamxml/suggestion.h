@@ -13,8 +13,8 @@
 /// without indexes and without the history.
 std::vector<std::string> ReadPaths(ZAMXml& tree);
 
-/// "; did you mean PatientInfo/Weight?" where a path of the tree is near to what was given,
-/// otherwise nothing.
+/// "; did you mean PatientInfo/Weight?" where a path of the tree is near to what was given but not
+/// the same, otherwise nothing.
 std::string DidYouMean(ZAMXml& tree, const std::string& given);
 
 /// Says on the standard error which arguments took nothing in the tree of a file; the exit code.
