@@ -146,6 +146,11 @@ void DescribeArchive(Verb& verb, ArchiveOptions& options) {
   verb.Number("-j,--jobs", options.m_Jobs, 1, MaximumJobs, "Documents looked at side by side");
 }
 
+void DescribeFiles(Verb& verb, ArchiveOptions& options) {
+  verb.Texts("FILE", options.m_Files, "Documents, or folders with -r", Presence::Required);
+  DescribeArchive(verb, options);
+}
+
 DocumentFinder::DocumentFinder(const ArchiveOptions& options) : m_Options(options) {}
 
 std::optional<Found> DocumentFinder::Next() {

@@ -25,6 +25,8 @@ struct ArchiveOptions {
 
 /// -r and --jobs.
 void DescribeArchive(Verb& verb, ArchiveOptions& options);
+/// The same and FILE..., at least one.
+void DescribeFiles(Verb& verb, ArchiveOptions& options);
 
 /// What is looked at next.
 struct Found {

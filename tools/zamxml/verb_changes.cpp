@@ -1,17 +1,15 @@
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <iterator>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "archive.h"
 #include "change_list.h"
 #include "document.h"
+#include "excerpt.h"
 #include "failure.h"
-#include "input.h"
 #include "json_form.h"
 #include "output.h"
 #include "selection.h"
@@ -25,14 +23,6 @@ struct Options {
   SelectionOptions m_Selection;
   bool m_Csv = false;
   bool m_Jsonl = false;
-};
-
-/// What one document gives.
-struct Changes {
-  std::string m_Text;
-  std::size_t m_Count = 0;
-  int m_Lost = 0;  ///< modifications that cannot be read
-  Selection m_Selection;
 };
 
 constexpr const char* Columns[] = {"file", "position", "date",      "time", "user", "user_name",
@@ -90,66 +80,40 @@ std::string PlainLine(const std::string& file, int number, const ZAMXMLModificat
                      ChangeLine(item));
 }
 
-Changes Look(const std::string& name, const Options& options, const Selection& selection) {
-  const Input input(name);
-  Document document(input.Path(), name);
-  Changes changes{{}, 0, document.Unreadable(), selection};
-  for (int number = 0; number <= document.Last(); ++number) {
-    const ZAMXMLModification& modification = document.Modification(number);
-    if (!changes.m_Selection.Takes(modification)) {
-      continue;
-    }
-    for (const ZAMXMLChangeItem* item : modification.m_Changes) {
-      if (!Concerns(changes.m_Selection.Paths(), *item)) {
-        continue;
-      }
-      ++changes.m_Count;
-      changes.m_Text += options.m_Csv ? CsvLine(RowOf(name, number, modification, *item))
-                        : options.m_Jsonl
-                            ? JsonLine(RowOf(name, number, modification, *item), number)
-                            : PlainLine(name, number, modification, *item);
-    }
+std::string LineOf(const Options& options, const std::string& file, int number,
+                   const ZAMXMLModification& modification, const ZAMXMLChangeItem& item) {
+  if (options.m_Csv) {
+    return CsvLine(RowOf(file, number, modification, item));
   }
-  return changes;
-}
-
-/// A document that the paths of a question can be compared with, where one of them found nothing.
-int ReportIdle(const Selection& selection, const std::optional<std::string>& sample,
-               const std::string& file) {
-  if (!sample || *sample == "-") {
-    return selection.ReportIdle(file, nullptr);
-  }
-  Document document(*sample, *sample);
-  return selection.ReportIdle(file, &document.m_Xml);
+  return options.m_Jsonl ? JsonLine(RowOf(file, number, modification, item), number)
+                         : PlainLine(file, number, modification, item);
 }
 
 int Run(const Options& options) {
   if (options.m_Csv && options.m_Jsonl) {
     throw Failure("", "--csv and --jsonl", "only one of them can be given");
   }
-  const Selection fresh(options.m_Selection);
-  Selection used = fresh;
-  std::optional<std::string> first;
-  std::size_t count = 0;
-  bool isAnyLost = false;
+  const Selection selection(options.m_Selection);
   if (options.m_Csv) {
     Deliver(CsvLine(Columns));
   }
-  const auto look = [&](const std::string& name) { return Look(name, options, fresh); };
-  const auto take = [&](const std::string& name, const Changes& changes) {
-    first = first ? first : name;
-    count += changes.m_Count;
-    used.Absorb(changes.m_Selection);
-    Deliver(changes.m_Text);
-    if (changes.m_Lost != 0) {
-      isAnyLost = true;
-      WriteError({LostHistory(name, changes.m_Lost).what()});
-    }
-  };
-  const ArchiveCounts counts = ForEachDocument(options.m_Archive, look, take);
-  WriteSummary(counts, Counted(count, "change"));
-  const int idle = first ? ReportIdle(used, first, options.m_Archive.m_Files.front()) : ExitFine;
-  return std::max<int>({counts.Code(), idle, isAnyLost ? ExitFinding : ExitFine});
+  return PrintExcerpts(
+      options.m_Archive, selection, "change", [&](Document& document, Selection own) {
+        Excerpt changes{{}, 0, document.Unreadable(), std::move(own)};
+        for (int number = 0; number <= document.Last(); ++number) {
+          const ZAMXMLModification& modification = document.Modification(number);
+          if (!changes.m_Selection.Takes(modification)) {
+            continue;
+          }
+          for (const ZAMXMLChangeItem* item : modification.m_Changes) {
+            if (Concerns(changes.m_Selection.Paths(), *item)) {
+              ++changes.m_Count;
+              changes.m_Text += LineOf(options, document.Name(), number, modification, *item);
+            }
+          }
+        }
+        return changes;
+      });
 }
 
 }  // namespace
@@ -157,9 +121,7 @@ int Run(const Options& options) {
 void AddChanges(CommandLine& line) {
   line.Add("changes", "Print every change of many documents, one a line", Run,
            [](Verb verb, Options& options) {
-             verb.Texts("FILE", options.m_Archive.m_Files, "Documents, or folders with -r",
-                        Presence::Required);
-             DescribeArchive(verb, options.m_Archive);
+             DescribeFiles(verb, options.m_Archive);
              DescribeSelection(verb, options.m_Selection);
              verb.Flag("--csv", options.m_Csv, "Print comma-separated values with a header");
              verb.Flag("--jsonl", options.m_Jsonl, "Print one JSON object a line");

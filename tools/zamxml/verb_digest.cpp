@@ -38,10 +38,8 @@ int Run(const Options& options) {
 void AddDigest(CommandLine& line) {
   line.Add("digest", "Print digests of documents, for check --against", Run,
            [](Verb verb, Options& options) {
-             verb.Texts("FILE", options.m_Archive.m_Files, "Documents, or folders with -r",
-                        Presence::Required);
+             DescribeFiles(verb, options.m_Archive);
              verb.Flag("--chain", options.m_Chain,
                        "One line for each position, so that a difference can be placed");
-             DescribeArchive(verb, options.m_Archive);
            });
 }

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "archive.h"
 #include "change_list.h"
 #include "document.h"
+#include "excerpt.h"
 #include "failure.h"
 #include "input.h"
 #include "json_form.h"
@@ -27,14 +30,6 @@ struct Options {
   bool m_Reverse = false;
   bool m_Patch = false;
   bool m_Json = false;
-};
-
-/// What one document gives.
-struct History {
-  std::string m_Text;
-  std::size_t m_Shown = 0;
-  int m_Lost = 0;  ///< modifications that cannot be read
-  Selection m_Selection;
 };
 
 std::string TextOf(const ZAMXMLModification& modification, int number, const Options& options,
@@ -73,17 +68,19 @@ std::vector<int> Choose(const Document& document, const Options& options, Select
   return numbers;
 }
 
-History HistoryOf(Document& document, const Options& options, const Selection& selection) {
-  History history{{}, 0, document.Unreadable(), selection};
+/// The modifications, each after the prefix.
+Excerpt HistoryOf(Document& document, const Options& options, Selection selection,
+                  const std::string& prefix) {
+  Excerpt history{{}, 0, document.Unreadable(), std::move(selection)};
   Json json = JsonOutput("log", document.Name());
   json["modifications"] = Json::array();
   for (const int number : Choose(document, options, history.m_Selection)) {
     const ZAMXMLModification& modification = document.Modification(number);
-    ++history.m_Shown;
+    ++history.m_Count;
     if (options.m_Json) {
       json["modifications"].push_back(ToJson(modification, number));
     } else {
-      history.m_Text += TextOf(modification, number, options, history.m_Selection);
+      history.m_Text += prefix + TextOf(modification, number, options, history.m_Selection);
     }
   }
   if (options.m_Json) {
@@ -92,53 +89,28 @@ History HistoryOf(Document& document, const Options& options, const Selection& s
   return history;
 }
 
-/// Each document that has something to show, below its name.
-int RunFolder(const Options& options, Selection selection) {
+int RunFolder(const Options& options, const Selection& selection) {
   if (!options.m_Number.empty()) {
     throw Failure(options.m_File, options.m_Number,
                   "a folder has no modifications; name one of its documents");
   }
-  std::size_t shown = 0;
-  bool isAnyLost = false;
-  const Selection fresh = selection;
-  const auto look = [&](const std::string& name) {
-    const Input input(name);
-    Document document(input.Path(), name);
-    return HistoryOf(document, options, fresh);
-  };
-  const auto take = [&](const std::string& file, const History& history) {
-    const std::string name = Printable(_bstr_t::FromUtf8(file));
-    selection.Absorb(history.m_Selection);
-    if (options.m_Json) {
-      Deliver(history.m_Text);
-    } else if (history.m_Shown != 0) {
-      Deliver((shown == 0 ? "" : "\n") + Painted(Colour::Title, name) + '\n' + history.m_Text);
-    }
-    if (history.m_Lost != 0) {
-      isAnyLost = true;
-      WriteError({LostHistory(name, history.m_Lost).what()});
-    }
-    shown += history.m_Shown;
-  };
-  const ArchiveCounts counts = ForEachDocument(options.m_Archive, look, take);
-  WriteSummary(counts, Counted(shown, "modification") + (options.m_Count == 0 ? "" : " shown"));
-  const int idle = counts.m_Documents == counts.m_Unreadable
-                       ? ExitFine
-                       : selection.ReportIdle(options.m_File, nullptr);
-  return std::max<int>({counts.Code(), idle, isAnyLost ? ExitFinding : ExitFine});
+  ArchiveOptions archive = options.m_Archive;
+  archive.m_Files = {options.m_File};
+  return PrintExcerpts(archive, selection, "modification", [&](Document& document, Selection own) {
+    return HistoryOf(document, options, std::move(own),
+                     Printable(_bstr_t::FromUtf8(document.Name())) + ": ");
+  });
 }
 
-int Run(const Options& given) {
-  Options options = given;
+int Run(const Options& options) {
   const Selection selection(options.m_Selection);
-  options.m_Archive.m_Files = {options.m_File};
   std::error_code error;
   if (std::filesystem::is_directory(options.m_File, error)) {
     return RunFolder(options, selection);
   }
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
-  const History history = HistoryOf(document, options, selection);
+  const Excerpt history = HistoryOf(document, options, selection, {});
   Deliver(history.m_Text);
   const int idle = history.m_Selection.ReportIdle(options.m_File, &document.m_Xml);
   if (history.m_Lost > 0) {
