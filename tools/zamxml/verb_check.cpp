@@ -8,6 +8,7 @@
 
 #include "archive.h"
 #include "digest.h"
+#include "digest_list.h"
 #include "document.h"
 #include "failure.h"
 #include "input.h"
