@@ -154,10 +154,17 @@ int Run(const Options& given) {
     teller.Take(file, findings);
   };
   const ArchiveCounts counts = ForEachDocument(options.m_Archive, look, take);
-  if (terms.m_Noted) {
-    TellMissing(options, terms, seen, teller);
+  if (!terms.m_Noted) {
+    return teller.End(counts);
   }
-  return teller.End(counts);
+  TellMissing(options, terms, seen, teller);
+  const int exitCode = teller.End(counts);
+  const auto isListed = [&](const std::string& name) { return terms.m_Noted->Lists(name); };
+  if (!seen.empty() && std::ranges::none_of(seen, isListed)) {
+    throw Failure(options.m_Against, "it lists none of these documents",
+                  "it has to name them as they are named here");
+  }
+  return exitCode;
 }
 
 }  // namespace
