@@ -9,7 +9,7 @@ set(share_dir ${CMAKE_INSTALL_DATADIR}/zamxml)
 install(TARGETS ZAMXMLData EXPORT ZAMXMLDataTargets)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY share/samples DESTINATION ${share_dir})
-install(FILES share/zamxml-document.xsd DESTINATION ${share_dir})
+install(FILES share/zamxml-document.xsd share/zamxml-digest.xsl DESTINATION ${share_dir})
 
 install(EXPORT ZAMXMLDataTargets NAMESPACE ZAMXMLData:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/ZAMXMLDataConfig.cmake.in ZAMXMLDataConfig.cmake

@@ -44,21 +44,28 @@ bool Concerns(const PathFilter& filter, const ZAMXMLChangeItem& item) {
                      [&](const ValuePath& path) { return filter.Takes(path); });
 }
 
-std::string Headline(const ZAMXMLModification& modification, int number) {
+std::string Origin(const ZAMXMLModification& modification) {
   const std::string name =
       modification.m_UserName.length() == 0 ? "" : " (" + Printable(modification.m_UserName) + ')';
-  return fmt::format("{}  {} {}  {}{}", Painted(Colour::Number, std::to_string(number)),
-                     Printable(modification.m_Date), Printable(modification.m_Time),
+  return fmt::format("{} {}  {}{}", Printable(modification.m_Date), Printable(modification.m_Time),
                      Printable(modification.m_UserID), name);
+}
+
+std::string Headline(const ZAMXMLModification& modification, int number) {
+  return Painted(Colour::Number, std::to_string(number)) + "  " + Origin(modification);
+}
+
+std::string ChangeLine(const ZAMXMLChangeItem& item) {
+  return fmt::format("{}: {} → {}\n", Printable(_bstr_t::FromUtf8(PathOf(item).Whole())),
+                     Painted(Colour::Old, Quoted(item.m_OldValue)),
+                     Painted(Colour::New, Quoted(item.m_NewValue)));
 }
 
 std::string ChangeLines(const ZAMXMLModification& modification, const PathFilter& filter) {
   std::string lines;
   for (const ZAMXMLChangeItem* item : modification.m_Changes) {
     if (Concerns(filter, *item)) {
-      lines += fmt::format("    {}: {} → {}\n", Printable(_bstr_t::FromUtf8(PathOf(*item).Whole())),
-                           Painted(Colour::Old, Quoted(item->m_OldValue)),
-                           Painted(Colour::New, Quoted(item->m_NewValue)));
+      lines += "    " + ChangeLine(*item);
     }
   }
   return lines;

@@ -119,6 +119,7 @@ CommandLine::~CommandLine() = default;
 
 Verb CommandLine::AddVerb(const char* name, const char* help, VerbRun run) {
   CLI::App* verb = m_App->add_subcommand(name, help)->group("Verbs");
+  verb->footer("\"zamxml --help\" explains positions, paths and exit codes.");
   verb->callback([this, run = std::move(run)] { m_Run = run; });
   return Verb(*verb);
 }

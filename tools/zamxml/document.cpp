@@ -1,10 +1,13 @@
 #include "document.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <new>
 
 #include "failure.h"
 #include "memory.h"
+#include "stamp.h"
 #include "text.h"
 
 namespace {
@@ -58,6 +61,7 @@ int Document::Read(ZAMLog* log) {
                     m_DocInfo.m_Application);
   return 1;
 }
+
 int Document::Position(const std::string& text) const {
   if (text == "original") {
     return Original;
@@ -65,18 +69,39 @@ int Document::Position(const std::string& text) const {
   if (text == "last") {
     return Last();
   }
+  if (LooksLikeStamp(text)) {
+    return PositionAt(text);
+  }
   int number = 0;
   const char* end = text.data() + text.size();
   const auto [stopped, error] = std::from_chars(text.data(), end, number);
   if (text.empty() || text[0] == '-' || stopped != end || error == std::errc::invalid_argument) {
     throw Failure(m_Name, text,
-                  "a position is \"original\", \"last\" or the number of a modification");
+                  "a position is \"original\", \"last\", the number of a modification, or a date "
+                  "and time");
   }
   if (error != std::errc() || number > Last()) {
     throw Failure(m_Name, "there is no modification " + text,
                   Last() < 0 ? "it has none" : "the last is " + std::to_string(Last()));
   }
   return number;
+}
+
+int Document::PositionAt(const std::string& text) const {
+  const std::string stamp = ParseStamp(m_Name + ": position", text);
+  int position = Last();
+  while (position != Original && IsAfter(Modification(position), stamp)) {
+    --position;
+  }
+  for (int number = 0; number < position; ++number) {
+    if (IsAfter(Modification(number), stamp)) {
+      throw Failure(m_Name, text,
+                    fmt::format("modification {} bears a later time than modification {}, so this "
+                                "time is no position; give its number",
+                                number, position));
+    }
+  }
+  return position;
 }
 
 std::string Document::PositionName(int position) {
@@ -122,4 +147,9 @@ void Document::RequireWholeHistory(const char* what) {
                   "its history holds a modification that cannot be read and would be lost",
                   ExitFinding);
   }
+}
+
+Failure LostHistory(const std::string& name, int lost) {
+  return {name, "its history is not whole",
+          fmt::format("modifications that cannot be read: {}", lost), ExitFinding};
 }

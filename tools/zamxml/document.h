@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "failure.h"
+
 /// A document as the verbs use it. It opens at the original content, exactly as the file holds it,
 /// and moves forward from there. So what is shown never depends on old values being right, an edit
 /// is saved over the very original that was read, and a walk through the whole history costs no
@@ -25,7 +27,8 @@ public:
     return *m_Modifications.GetModification(number);
   }
 
-  /// A position from "original", "last" or the number of a modification; Failure for any other.
+  /// A position from "original", "last", the number of a modification, or a local date and time:
+  /// the state then. Failure for any other, and for a time at which the history does not ascend.
   int Position(const std::string& text) const;
   /// "original", or the number.
   static std::string PositionName(int position);
@@ -46,7 +49,11 @@ protected:
 
 private:
   int Read(ZAMLog* log);
+  int PositionAt(const std::string& text) const;
 
   std::string m_Name;
   bool m_WasRead = false;  ///< whether there was XML to be read
 };
+
+/// What is wrong with a history of which so many modifications cannot be read.
+Failure LostHistory(const std::string& name, int lost);

@@ -37,6 +37,8 @@ std::string JsonText(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
+const char* TypeWord(ZAMXML_VTYPE type) { return TypeWords[type]; }
+
 Json ToJson(const ValuePath& path) {
   return {{"path", path.m_Element}, {"attribute", path.m_Attribute}};
 }
@@ -50,7 +52,7 @@ Json ToJson(const Value& value) {
 Json ToJson(const ZAMXMLChangeItem& item) {
   return {{"path", item.m_Node.utf8()},
           {"attribute", item.m_Attribute.utf8()},
-          {"type", TypeWords[item.m_ValueType]},
+          {"type", TypeWord(item.m_ValueType)},
           {"old", item.m_OldValue.utf8()},
           {"new", item.m_NewValue.utf8()}};
 }

@@ -23,6 +23,9 @@ Json JsonOutput(const std::string& verb, const std::string& file);
 /// As it is printed.
 std::string JsonText(const Json& json);
 
+/// The word for the type of a value: "STRING", "NAME" or "STATEMENT".
+const char* TypeWord(ZAMXML_VTYPE type);
+
 Json ToJson(const ValuePath& path);
 Json ToJson(const Value& value);
 Json ToJson(const ZAMXMLChangeItem& item);

@@ -11,10 +11,13 @@
 namespace {
 
 constexpr const char* Footer =
-    "A position is \"original\", \"last\" or the number of a modification: the state right after\n"
-    "it. Modifications are numbered from 0, as \"zamxml log\" shows them. A PATH is element names\n"
-    "joined by \"/\" below the root element, as in PatientInfo/Name/Family; PATH@ATTR is an\n"
-    "attribute of that element. FILE may be \"-\", the standard input, where it is only read.\n"
+    "A position is \"original\", \"last\", the number of a modification (the state right after it) "
+    "or\n"
+    "a local time as 2024-03-05T12:00 (the state then). Modifications are numbered from 0, as\n"
+    "\"zamxml log\" shows them. A PATH is element names joined by \"/\" below the root element, as "
+    "in\n"
+    "PatientInfo/Name/Family; PATH@ATTR is an attribute of that element. FILE may be \"-\", the\n"
+    "standard input, where it is only read.\n"
     "Exit code: 0 fine, 1 a finding (invalid, different, in conflict), 2 wrong usage, a file that\n"
     "cannot be read or written, or too little memory.";
 
@@ -28,8 +31,9 @@ int Report(const std::string& what, int exitCode) {
 int Run(int argc, char** argv) {
   try {
     CommandLine line("Examination documents and their recorded history", Footer);
-    for (const auto add : {AddNew, AddShow, AddLog, AddDiff, AddBlame, AddAmend, AddRevert,
-                           AddCheck, AddReport, AddExport, AddImport}) {
+    for (const auto add :
+         {AddNew, AddShow, AddLog, AddDiff, AddBlame, AddAmend, AddRevert, AddCheck, AddDigest,
+          AddChanges, AddReport, AddExport, AddImport, AddComplete}) {
       add(line);
     }
     const VerbRun run = line.Parse(argc, argv);

@@ -80,24 +80,24 @@ std::string Painted(Colour colour, const std::string& text) {
   return painting ? fmt::format("\x1b[{}m{}\x1b[0m", CodeOf(colour), text) : text;
 }
 
-ProgressBar::ProgressBar(std::size_t total)
-    : m_Total(total), m_Visible(total > 1 && ::isatty(STDERR_FILENO) != 0) {}
+Progress::Progress()
+    : m_Next(std::chrono::steady_clock::now() + std::chrono::seconds(1)),
+      m_Visible(::isatty(STDERR_FILENO) != 0) {}
 
-ProgressBar::~ProgressBar() {
-  if (m_Visible) {
-    WriteAll(STDERR_FILENO, "\r\x1b[K");
+void Progress::Advance() noexcept {
+  ++m_Done;
+  if (m_Visible && std::chrono::steady_clock::now() >= m_Next) {
+    m_Next = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+    m_Shown = true;
+    std::array<char, 60> line{};
+    const int length = std::snprintf(line.data(), line.size(), "\r%zu documents", m_Done);
+    WriteAll(STDERR_FILENO, {line.data(), static_cast<std::size_t>(length)});
   }
 }
 
-void ProgressBar::Advance() noexcept {
-  const std::lock_guard<std::mutex> guard(m_Mutex);
-  const std::size_t percent = ++m_Done * 100 / m_Total;
-  if (m_Visible && percent != m_Shown) {
-    m_Shown = percent;
-    std::array<char, 100> line{};
-    const int length = std::snprintf(
-        line.data(), line.size(), "\r[%-50.*s] %zu/%zu", static_cast<int>(percent / 2),
-        "##################################################", m_Done, m_Total);
-    WriteAll(STDERR_FILENO, {line.data(), static_cast<std::size_t>(length)});
+void Progress::Clear() noexcept {
+  if (m_Shown) {
+    m_Shown = false;
+    WriteAll(STDERR_FILENO, "\r\x1b[K");
   }
 }

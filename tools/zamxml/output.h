@@ -1,8 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <initializer_list>
-#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -22,22 +22,22 @@ const char* WriteOutput(std::string_view text) noexcept;
 /// "zamxml: one: two: three" on the standard error; takes no memory.
 void WriteError(std::initializer_list<std::string_view> parts) noexcept;
 
-/// A bar on the standard error that shows how far a long work is; nothing where that is no
-/// terminal. Advance may be called by several threads at once.
-class ProgressBar {
+/// How far a long work is, on the standard error; nothing where that is no terminal.
+class Progress {
 public:
-  explicit ProgressBar(std::size_t total);
-  ProgressBar(const ProgressBar&) = delete;
-  ProgressBar& operator=(const ProgressBar&) = delete;
-  /// Takes the bar off the screen.
-  ~ProgressBar();
+  Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+  ~Progress() { Clear(); }
 
+  /// One document more.
   void Advance() noexcept;
+  /// Takes it off the screen, so that something else can be written there.
+  void Clear() noexcept;
 
 private:
-  std::mutex m_Mutex;
-  std::size_t m_Total;
   std::size_t m_Done = 0;
-  std::size_t m_Shown = 0;  ///< per cent
+  std::chrono::steady_clock::time_point m_Next;  ///< when it is shown again
   bool m_Visible;
+  bool m_Shown = false;
 };

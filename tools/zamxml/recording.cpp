@@ -14,6 +14,7 @@
 #include "json_form.h"
 #include "memory.h"
 #include "output.h"
+#include "suggestion.h"
 #include "target.h"
 #include "text.h"
 #include "values.h"
@@ -130,7 +131,8 @@ private:
   void CheckPlace(const Edit& edit, const ZAMXMLChangeItem& item, bool exists) {
     if (!exists) {
       if (!m_Options.m_Create) {
-        Refuse(edit, "it names nothing in the document; --create adds it");
+        Refuse(edit, "it names nothing in the document; --create adds it" +
+                         DidYouMean(m_Document.m_CloneXml, edit.m_Path.Whole()));
       }
       return;
     }

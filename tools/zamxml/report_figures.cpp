@@ -9,6 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "text.h"
+
 namespace {
 
 constexpr std::size_t MostPoints = 24000;  ///< of all lines that are drawn before any script runs

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "text.h"
+
 namespace {
 
 struct Range {
@@ -118,14 +120,6 @@ std::string TextHtml(const _bstr_t& text, std::size_t limit) {
   const std::size_t length = IsHigh(units[beginning - 1]) ? beginning - 1 : beginning;
   return fmt::format("<bdi>{}</bdi><small class=cut>cut here: {} characters in all</small>",
                      Marked(_bstr_t(units.substr(0, length))), Grouped(units.size()));
-}
-
-std::string Grouped(std::size_t number) {
-  std::string digits = std::to_string(number);
-  for (std::size_t i = digits.size(); i > 3; i -= 3) {
-    digits.insert(i - 3, 1, ',');
-  }
-  return digits;
 }
 
 int PageTexts::NumberOf(const _bstr_t& text) {

@@ -21,9 +21,6 @@ std::string Marked(const _bstr_t& text);
 /// is empty. Of a text of more than limit UTF-16 units the beginning is shown, and its length.
 std::string TextHtml(const _bstr_t& text, std::size_t limit);
 
-/// "4,300,000"
-std::string Grouped(std::size_t number);
-
 /// The texts of a page: how much of each is shown, and those that its script takes by number.
 class PageTexts {
 public:

@@ -55,16 +55,15 @@ std::string LocalTime() {
   return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC%z", &local)};
 }
 
-const char* Plural(std::size_t count) { return count == 1 ? "" : "s"; }
-
 /// Makes the parts of one page.
 class PageWriter {
 public:
   PageWriter(const Document& document, const ReportModel& model,
-             const std::vector<Finding>& findings)
+             const std::vector<Finding>& findings, const std::string& digest)
       : m_Document(document),
         m_Model(model),
         m_Findings(findings),
+        m_Digest(digest),
         m_Texts(TextLimit(document, model)) {}
 
   std::string Write() {
@@ -168,7 +167,8 @@ private:
                       "StudyInfo/DeviceInfo/Modality", "StudyInfo/DeviceInfo/SerialNo"})) +
            Fact("Document", line({"DocumentInfo/Type", "DocumentInfo/ID", "DocumentInfo/Version",
                                   "DocumentInfo/InstitutionName"})) +
-           Fact("History", History());
+           Fact("History", History()) +
+           Fact("Digest", "<span class=digest>" + m_Digest + "</span>");
   }
 
   std::string History() const {
@@ -180,8 +180,8 @@ private:
     for (int number = 0; number <= m_Document.Last(); ++number) {
       users.emplace(m_Document.Modification(number).m_UserID.view());
     }
-    return fmt::format("{} modification{} by {} user{}, {} to {}", Grouped(count), Plural(count),
-                       Grouped(users.size()), Plural(users.size()),
+    return fmt::format("{} by {}, {} to {}", Counted(count, "modification"),
+                       Counted(users.size(), "user"),
                        m_Texts.Html(m_Document.Modification(0).m_Date),
                        m_Texts.Html(m_Document.Modification(m_Document.Last()).m_Date));
   }
@@ -193,8 +193,12 @@ private:
              "file alone cannot prove.</p>";
     }
     constexpr std::size_t most = 200;
-    std::string html = fmt::format("<div class=unsound><b>Check: {} finding{}.</b><ul>",
-                                   Grouped(m_Findings.size()), Plural(m_Findings.size()));
+    const auto notes =
+        static_cast<std::size_t>(std::count_if(m_Findings.begin(), m_Findings.end(), IsNote));
+    const std::size_t others = m_Findings.size() - notes;
+    std::string html =
+        fmt::format("<div class={}><b>Check: {}, {}.</b><ul>", others == 0 ? "sound" : "unsound",
+                    Counted(others, "finding"), Counted(notes, "note"));
     for (std::size_t i = 0; i < std::min(most, m_Findings.size()); ++i) {
       const _bstr_t sentence = _bstr_t::FromUtf8(Sentence(m_Findings[i]));
       html += "<li>" + m_Texts.Html(sentence);
@@ -319,12 +323,13 @@ private:
   const Document& m_Document;
   const ReportModel& m_Model;
   const std::vector<Finding>& m_Findings;
+  const std::string& m_Digest;
   PageTexts m_Texts;
 };
 
 }  // namespace
 
 std::string ReportPage(const Document& document, const ReportModel& model,
-                       const std::vector<Finding>& findings) {
-  return PageWriter(document, model, findings).Write();
+                       const std::vector<Finding>& findings, const std::string& digest) {
+  return PageWriter(document, model, findings, digest).Write();
 }

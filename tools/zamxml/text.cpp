@@ -75,6 +75,13 @@ std::string Printable(const _bstr_t& value) {
   return line + _bstr_t(units.substr(begin)).utf8();
 }
 
+std::size_t WidthOf(std::string_view printable) {
+  // The format library knows which characters are wide: it fills a line of that many columns.
+  constexpr std::size_t Columns = 1000;
+  const std::string filled = fmt::format("{:<{}}|", printable, Columns);
+  return Columns + printable.size() + 1 - filled.size();
+}
+
 std::string Quoted(const _bstr_t& value) { return '"' + Printable(value) + '"'; }
 
 std::string Reason(const ZAMLog& log, const std::string& path) {
@@ -98,4 +105,16 @@ std::string Reason(const ZAMLog& log, const std::string& path) {
     reason.erase(0, path.size() + 2);
   }
   return reason;
+}
+
+std::string Grouped(std::size_t number) {
+  std::string digits = std::to_string(number);
+  for (std::size_t i = digits.size(); i > 3; i -= 3) {
+    digits.insert(i - 3, 1, ',');
+  }
+  return digits;
+}
+
+std::string Counted(std::size_t number, const char* noun) {
+  return Grouped(number) + ' ' + noun + (number == 1 ? "" : "s");
 }

@@ -2,6 +2,7 @@
 
 #include <ZAMXMLData.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -16,9 +17,16 @@ _bstr_t FileName(const std::string& name);
 /// the direction of writing appear as escapes, so that nothing in a document can dress up as
 /// output.
 std::string Printable(const _bstr_t& value);
+/// How many columns of a terminal it takes.
+std::size_t WidthOf(std::string_view printable);
 /// The same in quotation marks.
 std::string Quoted(const _bstr_t& value);
 
 /// What a log says about why the last step failed, in one line without a full stop and without the
 /// path of the file in front. The system's own reason comes before what it led to.
 std::string Reason(const ZAMLog& log, const std::string& path);
+
+/// "1,204"
+std::string Grouped(std::size_t number);
+/// "1,204 documents", "1 document"
+std::string Counted(std::size_t number, const char* noun);

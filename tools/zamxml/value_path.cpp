@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "failure.h"
-#include "output.h"
 #include "text.h"
 
 namespace {
@@ -125,11 +124,8 @@ std::vector<std::string> PathFilter::Idle() const {
   return idle;
 }
 
-int ReportIdle(const PathFilter& filter, const std::string& file) {
-  const std::vector<std::string> idle = filter.Idle();
-  for (const std::string& path : idle) {
-    WriteError({Printable(_bstr_t::FromUtf8(file)), Printable(_bstr_t::FromUtf8(path)),
-                "it names nothing in the document"});
+void PathFilter::Absorb(const PathFilter& copy) {
+  for (std::size_t i = 0; i < m_Patterns.size(); ++i) {
+    m_Patterns[i].m_Used = m_Patterns[i].m_Used || copy.m_Patterns[i].m_Used;
   }
-  return idle.empty() ? ExitFine : ExitFinding;
 }

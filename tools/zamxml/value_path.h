@@ -33,6 +33,8 @@ public:
   bool Takes(const ValuePath& path) const;
   /// The arguments that took nothing so far.
   std::vector<std::string> Idle() const;
+  /// Counts what a copy has taken as taken here.
+  void Absorb(const PathFilter& copy);
 
 private:
   struct Pattern {
@@ -47,6 +49,3 @@ private:
 
   std::vector<Pattern> m_Patterns;
 };
-
-/// Says on the standard error which arguments took nothing; the exit code.
-int ReportIdle(const PathFilter& filter, const std::string& file);

@@ -12,8 +12,13 @@ class ValueReader {
 public:
   ValueReader(ZAMXml& tree, const LeaveOut& isLeftOut) : m_Tree(tree), m_IsLeftOut(isLeftOut) {}
 
-  std::vector<Value> ReadAll() {
-    ForEachChild(m_Tree, m_Tree.GetNode(u"KESTRANE_ZAM"),
+  /// Of everything but the history; with the root's own values or without them.
+  std::vector<Value> ReadAll(bool withRoot) {
+    const IXMLDOMNodePtr root = m_Tree.GetNode(u"KESTRANE_ZAM");
+    if (withRoot) {
+      ReadOwn(root, {});
+    }
+    ForEachChild(m_Tree, root,
                  [this](const IXMLDOMNodePtr& child, const std::string& name, int index) {
                    if (name != "Modifications") {
                      Read(child, Step(name, index));
@@ -23,10 +28,7 @@ public:
   }
 
 private:
-  void Read(const IXMLDOMNodePtr& element, const std::string& path) {
-    if (m_IsLeftOut && m_IsLeftOut(element, path)) {
-      return;
-    }
+  void ReadOwn(const IXMLDOMNodePtr& element, const std::string& path) {
     _bstr_t text;
     m_Tree.GetNodeText(element, text);
     if (text.length() != 0 || !m_Tree.GetFirstChildNode(element)) {
@@ -36,6 +38,13 @@ private:
     for (int i = 0; m_Tree.GetAttribute(element, i, name, text) != 0; ++i) {
       m_Values.push_back({{path, name.utf8()}, text});
     }
+  }
+
+  void Read(const IXMLDOMNodePtr& element, const std::string& path) {
+    if (m_IsLeftOut && m_IsLeftOut(element, path)) {
+      return;
+    }
+    ReadOwn(element, path);
     ForEachChild(m_Tree, element,
                  [&](const IXMLDOMNodePtr& child, const std::string& childName, int index) {
                    Read(child, path + '/' + Step(childName, index));
@@ -68,8 +77,10 @@ std::string Step(const std::string& name, int index) {
 }
 
 std::vector<Value> ReadValues(ZAMXml& tree, const LeaveOut& isLeftOut) {
-  return ValueReader(tree, isLeftOut).ReadAll();
+  return ValueReader(tree, isLeftOut).ReadAll(false);
 }
+
+std::vector<Value> ReadAllValues(ZAMXml& tree) { return ValueReader(tree, {}).ReadAll(true); }
 
 std::optional<_bstr_t> ReadHeld(ZAMXml& tree, const _bstr_t& node, const _bstr_t& attribute,
                                 ZAMXML_VTYPE type) {

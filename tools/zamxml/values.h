@@ -31,6 +31,9 @@ using LeaveOut = std::function<bool(const IXMLDOMNodePtr& element, const std::st
 /// the elements that have one or hold no other element.
 std::vector<Value> ReadValues(ZAMXml& tree, const LeaveOut& isLeftOut = {});
 
+/// The same with the attributes and the text of the root element, whose path is empty.
+std::vector<Value> ReadAllValues(ZAMXml& tree);
+
 /// What the place that a change item names holds, folded for names and statements; nothing when the
 /// element (or the attribute) is missing.
 std::optional<_bstr_t> ReadHeld(ZAMXml& tree, const _bstr_t& node, const _bstr_t& attribute,

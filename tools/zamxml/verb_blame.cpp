@@ -10,6 +10,7 @@
 #include "input.h"
 #include "json_form.h"
 #include "output.h"
+#include "suggestion.h"
 #include "text.h"
 #include "values.h"
 #include "verbs.h"
@@ -58,11 +59,33 @@ Setters WalkHistory(Document& document) {
   return setters;
 }
 
-std::string TextOf(const Document& document, const Value& value, int setter) {
-  const std::string path = Printable(_bstr_t::FromUtf8(value.m_Path.Whole()));
-  const std::string who =
-      setter == Document::Original ? "original" : Headline(document.Modification(setter), setter);
-  return fmt::format("{}  {} = {}\n", who, path, Quoted(value.m_Text));
+/// The columns of one value, as long as they are not painted.
+struct Row {
+  int m_Setter;
+  std::string m_Origin;
+  std::string m_Value;
+};
+
+Row RowOf(const Document& document, const Value& value, int setter) {
+  return {setter, setter == Document::Original ? "" : Origin(document.Modification(setter)),
+          Printable(_bstr_t::FromUtf8(value.m_Path.Whole())) + " = " + Quoted(value.m_Text)};
+}
+
+std::string Table(const std::vector<Row>& rows) {
+  std::size_t numbers = 0;
+  std::size_t origins = 0;
+  for (const Row& row : rows) {
+    numbers = std::max(numbers, Document::PositionName(row.m_Setter).size());
+    origins = std::max(origins, WidthOf(row.m_Origin));
+  }
+  std::string text;
+  for (const Row& row : rows) {
+    const std::string number = Document::PositionName(row.m_Setter);
+    text += Painted(Colour::Number, number) + std::string(numbers - number.size() + 2, ' ') +
+            row.m_Origin + std::string(origins - WidthOf(row.m_Origin), ' ') +
+            (origins == 0 ? "" : "  ") + row.m_Value + '\n';
+  }
+  return text;
 }
 
 int Run(const Options& options) {
@@ -72,7 +95,7 @@ int Run(const Options& options) {
   const Setters setters = WalkHistory(document);
   Json json = JsonOutput("blame", options.m_File);
   json["values"] = Json::array();
-  std::string text;
+  std::vector<Row> rows;
   for (const Value& value : ReadValues(document.m_Xml)) {
     if (!filter.Takes(value.m_Path)) {
       continue;
@@ -86,11 +109,11 @@ int Run(const Options& options) {
                                   : JsonHead(document.Modification(setter), setter);
       json["values"].push_back(std::move(entry));
     } else {
-      text += TextOf(document, value, setter);
+      rows.push_back(RowOf(document, value, setter));
     }
   }
-  Deliver(options.m_Json ? JsonText(json) : text);
-  return ReportIdle(filter, options.m_File);
+  Deliver(options.m_Json ? JsonText(json) : Table(rows));
+  return ReportIdle(filter, options.m_File, document.m_Xml);
 }
 
 }  // namespace

@@ -1,21 +1,18 @@
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <atomic>
-#include <charconv>
-#include <exception>
-#include <filesystem>
+#include <iterator>
+#include <optional>
+#include <set>
 #include <string>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
+#include "archive.h"
+#include "digest.h"
+#include "digest_list.h"
 #include "document.h"
 #include "failure.h"
 #include "input.h"
 #include "json_form.h"
-#include "memory.h"
 #include "output.h"
 #include "text.h"
 #include "verbs.h"
@@ -23,161 +20,162 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr unsigned int MaximumJobs = 1024;
-
 struct Options {
-  std::vector<std::string> m_Files;
-  bool m_Recursive = false;
+  ArchiveOptions m_Archive;
+  std::string m_Against;
+  std::vector<std::string> m_Ignore;
   bool m_Json = false;
-  unsigned int m_Jobs = std::max(1U, std::thread::hardware_concurrency());
 };
 
-/// A file that is to be looked at, and what came out.
-struct Target {
-  std::string m_Name;
-  std::string m_Error;  ///< why it could not be looked at
-  std::vector<Finding> m_Findings;
-  bool m_OutOfMemory = false;
+/// What is left out of a check, and what it compares with.
+struct Terms {
+  explicit Terms(const Options& options) : m_Ignored(ParseCodes("--ignore", options.m_Ignore)) {
+    if (!options.m_Against.empty()) {
+      m_Noted.emplace(options.m_Against);
+    }
+  }
+
+  std::vector<FindingCode> m_Ignored;
+  std::optional<DigestList> m_Noted;
 };
 
-bool IsDocumentName(const fs::path& path) {
-  const std::string extension = path.extension().string();
-  return extension == ".xml" || extension == ".XML";
-}
-
-/// Adds the documents below a folder, and what cannot be read there, sorted by name.
-void AddBelow(const fs::path& folder, std::vector<Target>& targets) {
-  std::error_code error;
-  std::vector<fs::directory_entry> entries;
-  fs::directory_iterator next(folder, error);
-  for (; !error && next != fs::directory_iterator(); next.increment(error)) {
-    entries.push_back(*next);
-  }
-  if (error) {
-    targets.push_back({folder.string(), "cannot read the folder: " + error.message(), {}});
-  }
-  std::sort(entries.begin(), entries.end());
-  for (const fs::directory_entry& entry : entries) {
-    std::error_code unknown;
-    if (entry.symlink_status(unknown).type() == fs::file_type::directory) {
-      AddBelow(entry.path(), targets);
-    } else if (IsDocumentName(entry.path())) {
-      targets.push_back({entry.path().string(), {}, {}});
-    }
+/// The digests are those of the original content, which Verify leaves.
+void CompareDigests(Document& document, const DigestList& noted, std::vector<Finding>& findings) {
+  if (!noted.Lists(document.Name())) {
+    findings.push_back({FindingCode::Unlisted, {}, {}, "no digest of it was noted"});
+  } else if (auto difference = noted.Compare(document.Name(), DigestChain(document))) {
+    findings.push_back(
+        {FindingCode::Rewritten, difference->m_Modification, {}, std::move(difference->m_What)});
   }
 }
 
-std::vector<Target> TargetsOf(const Options& options) {
-  std::vector<Target> targets;
-  for (const std::string& name : options.m_Files) {
-    std::error_code error;
-    if (!fs::is_directory(name, error)) {
-      targets.push_back({name, {}, {}});
-    } else if (options.m_Recursive) {
-      AddBelow(name, targets);
-    } else {
-      targets.push_back({name, "it is a folder: -r looks at the documents in it", {}});
-    }
-  }
-  return targets;
-}
-
-std::vector<Finding> FindingsIn(const std::string& name) {
+std::vector<Finding> FindingsIn(const std::string& name, const Terms& terms) {
+  std::vector<Finding> findings;
   try {
     const Input input(name);
     Document document(input.Path(), name);
-    return Verify(document);
+    if (terms.m_Noted) {
+      CompareDigests(document, *terms.m_Noted, findings);
+    }
+    std::ranges::move(Verify(document), std::back_inserter(findings));
   } catch (const Unsound& failure) {
-    return {{std::nullopt, {}, failure.Message()}};
+    findings.push_back({FindingCode::NoDocument, {}, {}, failure.Message()});
   }
+  std::erase_if(findings, [&](const Finding& finding) {
+    return std::ranges::find(terms.m_Ignored, finding.m_Code) != terms.m_Ignored.end();
+  });
+  return findings;
 }
 
-/// What is found while the memory runs short is no finding.
-void Check(Target& target) noexcept {
-  try {
-    std::vector<Finding> findings = FindingsIn(target.m_Name);
-    RequireMemory();
-    target.m_Findings = std::move(findings);
-  } catch (const std::exception& error) {
-    target.m_OutOfMemory = RanShort() || IsShortage(error);
-    if (!target.m_OutOfMemory) {
-      const auto* failure = dynamic_cast<const Failure*>(&error);
-      target.m_Error = failure != nullptr ? failure->Message() : error.what();
-    }
+/// Collects what is found and tells it.
+class Teller {
+public:
+  explicit Teller(const Options& options)
+      : m_IsJson(options.m_Json), m_Json(JsonOutput("check", options.m_Archive.m_Files.front())) {
+    m_Json["findings"] = Json::array();
   }
-  ForgetShortage();
-}
 
-void CheckAll(std::vector<Target>& targets, unsigned int jobs) {
-  std::atomic<std::size_t> next{0};
-  ProgressBar progress(targets.size());
-  const auto work = [&] {
-    for (std::size_t i = next++; i < targets.size(); i = next++) {
-      if (targets[i].m_Error.empty()) {
-        Check(targets[i]);
-      }
-      progress.Advance();
-    }
-  };
-  std::vector<std::jthread> helpers;
-  try {
-    for (std::size_t i = 1; i < std::min<std::size_t>(jobs, targets.size()); ++i) {
-      helpers.emplace_back(work);
-    }
-  } catch (const std::system_error&) {
-    // Fewer helpers take longer.
-  }
-  work();
-}
-
-Json ToJson(const std::string& file, const Finding& finding) {
-  Json json{{"file", file}};
-  json["modification"] = finding.m_Modification ? Json(*finding.m_Modification) : Json(nullptr);
-  json.update(ToJson(finding.m_Path));
-  json["what"] = finding.m_What;
-  return json;
-}
-
-int Run(const Options& options) {
-  std::vector<Target> targets = TargetsOf(options);
-  RequireMemory();
-  CheckAll(targets, options.m_Jobs);
-  Json json = JsonOutput("check", options.m_Files.front());
-  json["checked"] = targets.size();
-  json["findings"] = Json::array();
-  std::string text;
-  int exitCode = ExitFine;
-  for (const Target& target : targets) {
-    const std::string name = Printable(_bstr_t::FromUtf8(target.m_Name));
-    for (const Finding& finding : target.m_Findings) {
-      exitCode = std::max<int>(exitCode, ExitFinding);
-      if (options.m_Json) {
-        json["findings"].push_back(ToJson(target.m_Name, finding));
+  void Take(const std::string& file, const std::vector<Finding>& findings) {
+    const auto notes = std::ranges::count_if(findings, IsNote);
+    m_WithNotes += notes != 0 ? 1 : 0;
+    m_WithFindings += std::cmp_less(notes, findings.size()) ? 1 : 0;
+    std::string text;
+    for (const Finding& finding : findings) {
+      if (m_IsJson) {
+        m_Json["findings"].push_back(ToJson(file, finding));
       } else {
-        text += name + ": " + Sentence(finding) + '\n';
+        text += Printable(_bstr_t::FromUtf8(file)) + ": " + Sentence(finding) + '\n';
       }
     }
-    if (target.m_OutOfMemory || !target.m_Error.empty()) {
-      exitCode = ExitFailed;
-      WriteError({name, target.m_OutOfMemory ? "not enough memory" : target.m_Error});
+    Deliver(text);
+  }
+
+  int End(const ArchiveCounts& counts) {
+    if (m_IsJson) {
+      m_Json["checked"] = counts.m_Documents;
+      m_Json["unreadable"] = counts.m_Unreadable;
+      Deliver(JsonText(m_Json));
+    }
+    WriteSummary(counts, Grouped(m_WithFindings) + " with findings" +
+                             (m_WithNotes == 0 ? "" : ", " + Grouped(m_WithNotes) + " with notes"));
+    if (counts.m_Refused + counts.m_Unreadable != 0) {
+      return ExitFailed;
+    }
+    return m_WithFindings == 0 ? ExitFine : ExitFinding;
+  }
+
+private:
+  static Json ToJson(const std::string& file, const Finding& finding) {
+    Json json{{"file", file}};
+    json["code"] = WordOf(finding.m_Code);
+    json["severity"] = IsNote(finding) ? "note" : "finding";
+    json["modification"] = finding.m_Modification ? Json(*finding.m_Modification) : Json(nullptr);
+    json.update(::ToJson(finding.m_Path));
+    json["what"] = finding.m_What;
+    return json;
+  }
+
+  bool m_IsJson;
+  Json m_Json;
+  std::size_t m_WithFindings = 0;
+  std::size_t m_WithNotes = 0;
+};
+
+/// Documents that were noted in a folder that was looked at, and are not there any more.
+void TellMissing(const Options& options, const Terms& terms, const std::set<std::string>& seen,
+                 Teller& teller) {
+  for (const std::string& name : terms.m_Noted->Names()) {
+    const bool isBelow = std::ranges::any_of(options.m_Archive.m_Files, [&](const auto& file) {
+      return options.m_Archive.m_Recursive && IsBelow(file, name);
+    });
+    if (isBelow && !seen.contains(name)) {
+      teller.Take(name, {{FindingCode::Missing, {}, {}, "it was noted and is not there"}});
     }
   }
-  Deliver(options.m_Json ? JsonText(json) : text);
+}
+
+int Run(const Options& given) {
+  Options options = given;
+  const Terms terms(options);
+  std::vector<std::string>& files = options.m_Archive.m_Files;
+  if (files.empty() && terms.m_Noted) {
+    files = terms.m_Noted->Names();
+  }
+  if (files.empty()) {
+    throw Failure("", "FILE: it is missing", "\"zamxml check --help\" tells more");
+  }
+  Teller teller(options);
+  std::set<std::string> seen;
+  const auto look = [&](const std::string& name) { return FindingsIn(name, terms); };
+  const auto take = [&](const std::string& file, const std::vector<Finding>& findings) {
+    if (terms.m_Noted) {
+      seen.insert(PlainName(file));
+    }
+    teller.Take(file, findings);
+  };
+  const ArchiveCounts counts = ForEachDocument(options.m_Archive, look, take);
+  if (!terms.m_Noted) {
+    return teller.End(counts);
+  }
+  TellMissing(options, terms, seen, teller);
+  const int exitCode = teller.End(counts);
+  const auto isListed = [&](const std::string& name) { return terms.m_Noted->Lists(name); };
+  if (!seen.empty() && std::ranges::none_of(seen, isListed)) {
+    throw Failure(options.m_Against, "it lists none of these documents",
+                  "it has to name them as they are named here");
+  }
   return exitCode;
 }
 
 }  // namespace
 
 void AddCheck(CommandLine& line) {
-  line.Add("check", "Prove documents and their history; silent if fine", Run,
-           [](Verb verb, Options& options) {
-             verb.Texts("FILE", options.m_Files, "Documents, or folders with -r",
-                        Presence::Required);
-             verb.Flag("-r,--recursive", options.m_Recursive, "Check every .xml file in folders");
-             verb.Number("-j,--jobs", options.m_Jobs, 1, MaximumJobs,
-                         "Documents looked at side by side");
-             verb.Flag("--json", options.m_Json, "Print JSON");
-           });
+  line.Add("check", "Check documents and their history", Run, [](Verb verb, Options& options) {
+    verb.Texts("FILE", options.m_Archive.m_Files,
+               "Documents, or folders with -r; with --against all that are listed, otherwise");
+    DescribeArchive(verb, options.m_Archive);
+    verb.Text("--against", options.m_Against, "Compare with lines of \"zamxml digest\"");
+    verb.Texts("--ignore", options.m_Ignore, "A code of findings to leave out; may be repeated");
+    verb.Flag("--json", options.m_Json, "Print JSON");
+  });
 }

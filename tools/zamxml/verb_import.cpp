@@ -165,9 +165,10 @@ void Build(ZAMXml& tree, const std::string& source) {
 
 void RefuseUnsound(ZAMXml& tree, const std::string& source) {
   Document document(tree, source);
-  const std::vector<Finding> findings = Verify(document);
-  if (!findings.empty()) {
-    throw Failure(source, "cannot import it", Sentence(findings.front()));
+  for (const Finding& finding : Verify(document)) {
+    if (SeverityOf(finding.m_Code) == Severity::Unsound) {
+      throw Failure(source, "cannot import it", Sentence(finding));
+    }
   }
 }
 

@@ -4,6 +4,7 @@
 #include "edits.h"
 #include "failure.h"
 #include "memory.h"
+#include "suggestion.h"
 #include "target.h"
 #include "text.h"
 #include "verbs.h"
@@ -42,7 +43,8 @@ private:
                                     xml.GetNodeAttribute(element, attribute, current) != 0);
     if (!exists && !m_Options.m_Create) {
       throw Failure(m_Options.m_File, edit.m_Path.Whole(),
-                    "it names nothing in a new document; --create adds it");
+                    "it names nothing in a new document; --create adds it" +
+                        DidYouMean(xml, edit.m_Path.Whole()));
     }
     if (!element) {
       element = xml.AddChildNode(root, path, nullptr);

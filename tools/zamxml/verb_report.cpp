@@ -1,9 +1,11 @@
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
+#include "digest.h"
 #include "document.h"
 #include "failure.h"
 #include "input.h"
@@ -29,13 +31,18 @@ std::vector<Finding> FindingsIn(Document& document) {
   return Verify(copy);
 }
 
+std::string DigestOf(Document& document) {
+  Document copy(document.m_Xml, document.Name());
+  return DigestChain(copy).back();
+}
+
 std::string PageOf(const Options& options, bool& isSound) {
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
   const std::vector<Finding> findings = FindingsIn(document);
-  isSound = findings.empty();
+  isSound = std::all_of(findings.begin(), findings.end(), IsNote);
   const ReportModel model(document);
-  std::string page = ReportPage(document, model, findings);
+  std::string page = ReportPage(document, model, findings, DigestOf(document));
   RequireMemory(document.m_Xml);
   return page;
 }

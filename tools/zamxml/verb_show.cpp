@@ -10,6 +10,7 @@
 #include "input.h"
 #include "json_form.h"
 #include "output.h"
+#include "suggestion.h"
 #include "text.h"
 #include "values.h"
 #include "verbs.h"
@@ -65,20 +66,40 @@ bool IsOwnSection(const std::string& name) {
          name == "StudyInfo";
 }
 
-/// Sections that the records do not know are named with how much they hold.
+/// A section that the records do not know: its statements, and how much else it holds.
+struct OtherSection {
+  std::string m_Statements;
+  int m_Folded = 0;
+};
+
 std::string OthersText(Document& document) {
-  std::map<std::string, int> counts;
+  std::map<std::string, OtherSection> sections;
   for (const Value& value : ReadValues(document.m_Xml)) {
-    const std::string section = value.m_Path.m_Element.substr(0, value.m_Path.m_Element.find('/'));
-    if (!IsOwnSection(section)) {
-      ++counts[section];
+    const std::string& path = value.m_Path.m_Element;
+    const auto slash = path.find('/');
+    const std::string name = path.substr(0, slash);
+    if (IsOwnSection(name)) {
+      continue;
+    }
+    OtherSection& section = sections[name];
+    const std::string rest = slash == std::string::npos ? "" : path.substr(slash + 1);
+    if (value.m_Path.m_Attribute.empty() &&
+        (rest == "Statement" || rest.starts_with("Statement["))) {
+      section.m_Statements += "  " + Printable(value.m_Text) + '\n';
+    } else {
+      ++section.m_Folded;
     }
   }
   std::string text;
-  for (const auto& [section, count] : counts) {
-    text += fmt::format("\n{}\n  {} value{}\n",
-                        Painted(Colour::Title, Printable(_bstr_t::FromUtf8(section))), count,
-                        count == 1 ? "" : "s");
+  for (const auto& [name, section] : sections) {
+    const std::string title = Printable(_bstr_t::FromUtf8(name));
+    text += '\n' + Painted(Colour::Title, title) + '\n' + section.m_Statements;
+    if (section.m_Folded != 0) {
+      text +=
+          fmt::format("  {}{} value{}, shown by: zamxml show {} {}\n", section.m_Folded,
+                      section.m_Statements.empty() ? "" : " more", section.m_Folded == 1 ? "" : "s",
+                      Printable(_bstr_t::FromUtf8(document.Name())), title);
+    }
   }
   return text;
 }
@@ -153,7 +174,7 @@ int PrintValues(Document& document, const Options& options, int position) {
     }
   }
   Deliver(options.m_Json ? JsonText(json) : text);
-  return ReportIdle(filter, options.m_File);
+  return ReportIdle(filter, options.m_File, document.m_Xml);
 }
 
 int Run(const Options& options) {
@@ -174,7 +195,7 @@ void AddShow(CommandLine& line) {
   line.Add("show", "Show what a document holds", Run, [](Verb verb, Options& options) {
     verb.Text("FILE", options.m_File, "The document", Presence::Required);
     verb.Texts("PATH", options.m_Paths, "Only these values: PATH[@ATTR]");
-    verb.Text("--at", options.m_At, "Position: original, last or a number");
+    verb.Text("--at", options.m_At, "Position: original, last, a number or a local time");
     verb.Flag("--json", options.m_Json, "Print JSON");
   });
 }

@@ -10,16 +10,19 @@
 #include "failure.h"
 #include "text.h"
 #include "values.h"
+#include "verify_entries.h"
 
 namespace {
+
+using Names = std::vector<const char16_t*>;
 
 /// An element whose children are known, and their names. Of each a reader sees the first only.
 struct Layout {
   const char16_t* m_Element;
-  std::vector<const char16_t*> m_Children;
+  Names m_Children;
 };
 
-const std::vector<const char16_t*> NameChildren(std::begin(NameParts), std::end(NameParts));
+const Names NameChildren(std::begin(NameParts), std::end(NameParts));
 
 const std::vector<Layout>& Layouts() {
   static const std::vector<Layout> layouts = {
@@ -42,6 +45,16 @@ const std::vector<Layout>& Layouts() {
   return layouts;
 }
 
+/// The known elements that hold elements themselves; each has its own layout or check.
+const Names Containers = {u"Name",  u"AuthorName",   u"DeviceInfo", u"ExtraQuestions",
+                          u"Extra", u"Modification", u"Changes",    u"Item"};
+
+bool IsOneOf(const Names& names, const std::string& name) {
+  const _bstr_t text = _bstr_t::FromUtf8(name);
+  return std::any_of(names.begin(), names.end(),
+                     [&](const char16_t* known) { return text.view() == known; });
+}
+
 class Verifier {
 public:
   explicit Verifier(Document& document)
@@ -53,20 +66,21 @@ public:
     }
     CheckQuestions();
     CheckStoredHistory();
+    VerifyEntries(m_Document, m_Findings);
     try {
       for (int number = 0; number <= m_Document.Last(); ++number) {
         CheckModification(number);
         m_Document.MoveTo(number);
       }
     } catch (const Unsound& failure) {
-      Report({}, {}, failure.Message());
+      Report(FindingCode::Unapplicable, {}, {}, failure.Message());
     }
     return std::move(m_Findings);
   }
 
 private:
-  void Report(std::optional<int> modification, ValuePath path, std::string what) {
-    m_Findings.push_back({modification, std::move(path), std::move(what)});
+  void Report(FindingCode code, std::optional<int> modification, ValuePath path, std::string what) {
+    m_Findings.push_back({code, modification, std::move(path), std::move(what)});
   }
 
   void CheckLayout(const Layout& layout) {
@@ -77,63 +91,99 @@ private:
       return;
     }
     CheckOnce(element, path, layout.m_Children);
-    const bool isSection = !path.empty() && path.find('/') == std::string::npos;
-    if (isSection && m_Tree.GetNodeCount(element, u"ID") == 0) {
-      Report({}, {path + "/ID", {}}, "it is missing");
+    if (path.empty()) {
+      return;
+    }
+    CheckKnown(element, path, layout.m_Children);
+    if (path.find('/') == std::string::npos && m_Tree.GetNodeCount(element, u"ID") == 0) {
+      Report(FindingCode::MissingID, {}, {path + "/ID", {}}, "it is missing");
     }
   }
 
-  void CheckOnce(const IXMLDOMNodePtr& element, const std::string& path,
-                 const std::vector<const char16_t*>& names) {
+  void CheckOnce(const IXMLDOMNodePtr& element, const std::string& path, const Names& names) {
     for (const char16_t* name : names) {
       const int count = m_Tree.GetNodeCount(element, name);
       if (count > 1) {
         const std::string child = _bstr_t(name).utf8();
-        Report({}, {path.empty() ? child : path + '/' + child, {}},
+        Report(FindingCode::RepeatedElement, {}, {path.empty() ? child : path + '/' + child, {}},
                fmt::format("it is there {} times, and only the first is read", count));
       }
     }
   }
 
+  /// No element in a known one, and in its fields that hold a text, that readers pass over.
+  void CheckKnown(const IXMLDOMNodePtr& element, const std::string& path, const Names& names) {
+    ForEachChild(m_Tree, element,
+                 [&](const IXMLDOMNodePtr& child, const std::string& name, int index) {
+                   const std::string whole = path + '/' + Step(name, index);
+                   if (!IsOneOf(names, name)) {
+                     ReportUnknown(whole);
+                   } else if (!IsOneOf(Containers, name)) {
+                     CheckKnown(child, whole, {});
+                   }
+                 });
+  }
+
+  void ReportUnknown(const std::string& path) {
+    Report(FindingCode::UnknownElement, {}, {path, {}}, "no such element is known there");
+  }
+
   void CheckQuestions() {
-    const auto questions = m_Tree.GetChildNode(m_Root, u"StudyInfo/ExtraQuestions");
+    const std::string path = "StudyInfo/ExtraQuestions";
+    const auto questions = m_Tree.GetChildNode(m_Root, _bstr_t::FromUtf8(path));
+    CheckKnown(questions, path, {u"Extra"});
     ForEachChild(m_Tree, questions,
-                 [this](const IXMLDOMNodePtr& child, const std::string& name, int index) {
+                 [&](const IXMLDOMNodePtr& child, const std::string& name, int index) {
                    if (name == "Extra") {
-                     CheckOnce(child, "StudyInfo/ExtraQuestions/" + Step(name, index),
-                               {u"Question", u"Answer"});
+                     const Names names = {u"Question", u"Answer"};
+                     CheckOnce(child, path + '/' + Step(name, index), names);
+                     CheckKnown(child, path + '/' + Step(name, index), names);
                    }
                  });
   }
 
   /// What reading the history passes over: a modification that it leaves out, a type that it does
-  /// not know and takes for a text.
+  /// not know and takes for a text, an element that the next commit drops.
   void CheckStoredHistory() {
     const auto section = m_Tree.GetChildNode(m_Root, u"Modifications");
     ForEachChild(m_Tree, section,
                  [this](const IXMLDOMNodePtr& child, const std::string& name, int index) {
                    const ValuePath path{"Modifications/" + Step(name, index), {}};
                    if (name != "Modification") {
-                     Report({}, path, "it is no modification");
+                     Report(FindingCode::StrayElement, {}, path, "it is no modification");
                    } else if (m_Tree.GetNodeCount(child, u"Changes") == 0) {
-                     Report({}, path, "it has no Changes, and readers leave it out");
+                     Report(FindingCode::LostModification, {}, path,
+                            "it has no Changes, and readers leave it out");
                    } else {
-                     CheckTypes(child, path.m_Element);
+                     CheckStored(child, path.m_Element);
                    }
                  });
   }
 
-  void CheckTypes(const IXMLDOMNodePtr& modification, const std::string& path) {
+  void CheckStored(const IXMLDOMNodePtr& modification, const std::string& path) {
+    const Names names = {u"UID", u"Date", u"Time", u"UserID", u"UserName", u"Changes"};
+    CheckOnce(modification, path, names);
+    CheckKnown(modification, path, names);
     const auto changes = m_Tree.GetChildNode(modification, u"Changes");
+    CheckKnown(changes, path + "/Changes", {u"Item"});
     ForEachChild(m_Tree, changes,
                  [&](const IXMLDOMNodePtr& child, const std::string& name, int index) {
-                   _bstr_t word;
-                   m_Tree.GetChildNodeText(child, u"ValueType", word);
-                   if (name == "Item" && !IsTypeWord(word.utf8())) {
-                     Report({}, {path + "/Changes/" + Step(name, index), {}},
-                            "its type " + Quoted(word) + " is unknown and read as a plain text");
+                   if (name == "Item") {
+                     CheckItem(child, path + "/Changes/" + Step(name, index));
                    }
                  });
+  }
+
+  void CheckItem(const IXMLDOMNodePtr& item, const std::string& path) {
+    const Names names = {u"Code", u"Node", u"Attribute", u"ValueType", u"OldValue", u"NewValue"};
+    CheckOnce(item, path, names);
+    CheckKnown(item, path, names);
+    _bstr_t word;
+    m_Tree.GetChildNodeText(item, u"ValueType", word);
+    if (!IsTypeWord(word.utf8())) {
+      Report(FindingCode::UnknownType, {}, {path, {}},
+             "its type " + Quoted(word) + " is unknown and read as a plain text");
+    }
   }
 
   /// Readers take the words in any case.
@@ -153,12 +203,12 @@ private:
     const ValuePath path = PathOf(item);
     const std::string first = path.m_Element.substr(0, path.m_Element.find('/'));
     if (first == "Modifications") {
-      Report(number, path, "it changes the history itself");
+      Report(FindingCode::ChangesHistory, number, path, "it changes the history itself");
     }
     const auto held = ReadHeld(m_Tree, item.m_Node, item.m_Attribute, item.m_ValueType);
     const _bstr_t text = held.value_or(u"");
     if (!SameValue(text, item.m_OldValue, item.m_ValueType)) {
-      Report(number, path,
+      Report(FindingCode::OldValue, number, path,
              fmt::format("the history says {}, the document held {}", Quoted(item.m_OldValue),
                          held ? Quoted(text) : "nothing"));
     }
@@ -176,7 +226,7 @@ private:
   void CheckSeparators(int number, const ValuePath& path, const ZAMXMLChangeItem& item) {
     for (const Value& value : ReadTouched(m_Tree, item)) {
       if (value.m_Text.view().find(u'^') != std::u16string_view::npos) {
-        Report(number, path,
+        Report(FindingCode::LostSeparator, number, path,
                fmt::format("the document held {} in {}, which the history cannot give back",
                            Quoted(value.m_Text), value.m_Path.m_Element));
       }
@@ -192,14 +242,3 @@ private:
 }  // namespace
 
 std::vector<Finding> Verify(Document& document) { return Verifier(document).Run(); }
-
-std::string Sentence(const Finding& finding) {
-  std::string sentence;
-  if (finding.m_Modification) {
-    sentence += fmt::format("modification {}: ", *finding.m_Modification);
-  }
-  if (!finding.m_Path.m_Element.empty()) {
-    sentence += Printable(_bstr_t::FromUtf8(finding.m_Path.Whole())) + ": ";
-  }
-  return sentence + finding.m_What;
-}
