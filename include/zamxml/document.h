@@ -135,7 +135,8 @@ protected:
   virtual void OnHistoryChanged();
 
   /// Read one section each, in this order, with OnReadModification right after OnReadDocumentInfo.
-  /// A result of 0 ends the reading. A missing section is an error, except Modifications.
+  /// A result of 0 ends the reading. A missing section is an error, except Modifications. While
+  /// SetHistory reads the document again, SetHistory, Save, SaveAs and BeginModify return 0.
   virtual int OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadPatientInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadOrderInfo(ZAMXml& xml, ZAMLog* log);
@@ -198,7 +199,7 @@ private:
 
   int RequireWholeRecords(ZAMLog* log);
   int BuildTree(bool fromTemplate, const _bstr_t& path, zam::KeptFile& replaced, ZAMLog* log);
-  bool IsBuilding() const noexcept;
+  bool IsBusy() const noexcept;
   /// Returns whether a hook has closed or replaced the document since that session; false for 0.
   bool IsReplaced(unsigned int session) const noexcept {
     return session != 0 && session != Session();
@@ -225,17 +226,17 @@ private:
   void RecordError(int type, int code, const _bstr_t& message);
   int Refuse(int code, const _bstr_t& message, ZAMLog* log);
   int RefuseReplaced(ZAMLog* log);
-  int RefuseBuilding(ZAMLog* log);
+  int RefuseBusy(ZAMLog* log);
   int FailWithoutMemory(ZAMLog* log) noexcept;
   void WarnOfDropped(const _bstr_t& sections);
   void WarnOfSeparator(const _bstr_t& node, bool held);
   void WarnOfForeignEdit();
 
   std::unique_ptr<zam::TemporaryFolder> m_SnapshotFolder;  ///< for the files of an open edit
-  int m_nStale = 0;        ///< nonzero when tree or records may not be what m_nHistory says
-  int m_nWithheld = 0;     ///< nonzero when no hook wrote the list into the tree
-  int m_nForeignEdit = 0;  ///< nonzero when the open edit was begun on a former document
-  unsigned int m_BuildingSession = 0;  ///< the session in which hooks are writing the tree, or 0
-  unsigned int m_ReadingSession = 0;   ///< the session in which hooks are reading a tree, or 0
+  int m_nStale = 0;                ///< nonzero when tree or records may not be what m_nHistory says
+  int m_nWithheld = 0;             ///< nonzero when no hook wrote the list into the tree
+  int m_nForeignEdit = 0;          ///< nonzero when the open edit was begun on a former document
+  unsigned int m_BusySession = 0;  ///< the session in which hooks write or reread the tree, or 0
+  unsigned int m_ReadingSession = 0;  ///< the session in which hooks are reading a tree, or 0
   ZAMXMLModificationGroup* m_pFormerList = nullptr;  ///< the list before it is read again, or null
 };

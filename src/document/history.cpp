@@ -43,8 +43,8 @@ int ZAMXMLFile::SetHistory(int position) {
   if (position == m_nHistory && m_nStale == 0) {
     return 1;
   }
-  if (IsBuilding()) {
-    return RefuseBuilding(nullptr);
+  if (IsBusy()) {
+    return RefuseBusy(nullptr);
   }
   const zam::WarningScope warnings(m_Xml, this);
   if (!m_Xml.GetNode(zam::RootPath) || Show(position) == 0) {
@@ -107,6 +107,8 @@ int ZAMXMLFile::RereadRecords(int position) {
   };
   bool whole = false;
   try {
+    // Neither the position nor the records are whole meanwhile.
+    const zam::Scoped busy(m_BusySession, session);
     whole = _ReadFromXML(m_Xml, 0, nullptr) != 0;
   } catch (...) {
     putBack();

@@ -99,8 +99,8 @@ private:
 int ZAMXMLFile::BeginModify(const _bstr_t& uid, const _bstr_t& userID, const _bstr_t& userName) {
   // Copies: the texts may be those of a record or modification that is read again meanwhile.
   const std::array<_bstr_t, 3> texts{uid, userID, userName};
-  if (IsBuilding()) {
-    return RefuseBuilding(nullptr);
+  if (IsBusy()) {
+    return RefuseBusy(nullptr);
   }
   CancelModify();
   try {

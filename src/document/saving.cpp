@@ -9,7 +9,7 @@
 /// Writes a record into its section, which is created when it is missing.
 template <class Section>
 int ZAMXMLFile::WriteSection(ZAMXml& xml, ZAMTextView path, Section& record, ZAMLog* log) {
-  if (IsReplaced(m_BuildingSession)) {
+  if (IsReplaced(m_BusySession)) {
     return 0;
   }
   IXMLDOMNodePtr section = xml.GetNode(path);
@@ -73,8 +73,8 @@ private:
 };
 
 int ZAMXMLFile::OnFileSave(const _bstr_t& path, ZAMLog* log) {
-  if (IsBuilding()) {
-    return RefuseBuilding(log);
+  if (IsBusy()) {
+    return RefuseBusy(log);
   }
   const zam::WarningScope warnings(m_Xml, log != nullptr ? log : this);
   if (m_Xml.GetNode(zam::RootPath) && m_DocInfo.m_ID == m_DefaultDocInfo.m_ID) {
@@ -136,7 +136,7 @@ int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, zam::KeptFile&
   int written = 0;
   {
     // The tree is not whole meanwhile: nothing that reads or saves it is done.
-    const zam::Scoped building(m_BuildingSession, session);
+    const zam::Scoped building(m_BusySession, session);
     written = _WriteToXML(m_Xml, log != nullptr ? log : this);
   }
   if (session != Session()) {
@@ -149,11 +149,11 @@ int ZAMXMLFile::BuildTree(bool fromTemplate, const _bstr_t& path, zam::KeptFile&
   return written;
 }
 
-bool ZAMXMLFile::IsBuilding() const noexcept { return m_BuildingSession == Session(); }
+bool ZAMXMLFile::IsBusy() const noexcept { return m_BusySession == Session(); }
 
-int ZAMXMLFile::RefuseBuilding(ZAMLog* log) {
+int ZAMXMLFile::RefuseBusy(ZAMLog* log) {
   return Refuse(zam::CodeNotWritten,
-                u"The document is being written: it cannot be moved, saved or edited meanwhile.",
+                u"A hook is reading or writing the document: it cannot be moved, saved or edited.",
                 log);
 }
 
@@ -237,7 +237,7 @@ int ZAMXMLFile::_WriteToXML(ZAMXml& xml, ZAMLog* log) {
 }
 
 int ZAMXMLFile::OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log) {
-  if (!IsReplaced(m_BuildingSession)) {
+  if (!IsReplaced(m_BusySession)) {
     m_DocInfo.m_ID = m_DefaultDocInfo.m_ID;
     m_DocInfo.m_Version = m_DefaultDocInfo.m_Version;
   }
