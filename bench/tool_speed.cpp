@@ -31,33 +31,37 @@ double Seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
 }
 
-_bstr_t Text(const std::string& text) { return _bstr_t::FromUtf8(text); }
+void Require(int result) {
+  if (result == 0) {
+    throw std::runtime_error("an operation failed");
+  }
+}
 
 /// A document whose history sets one value again and again.
 void WriteDocument(const fs::path& path, int modifications) {
   ZAMXMLFile document;
   document.New(nullptr);
-  document.m_PatientInfo.m_Weight = Text("0");
-  document.SaveAs(Text(path.string()), nullptr);
+  document.m_PatientInfo.m_Weight = "0";
+  Require(document.SaveAs(path, nullptr));
   ZAMXMLModificationGroup group;
   for (int i = 0; i < modifications; ++i) {
     auto modification = std::make_unique<ZAMXMLModification>();
-    modification->m_UID = Text("2.25." + std::to_string(i));
-    modification->m_Date = Text("2024-03-05");
-    modification->m_Time = Text("11:02:17");
-    modification->m_UserID = Text("rpark");
+    modification->m_UID = "2.25." + std::to_string(i);
+    modification->m_Date = "2024-03-05";
+    modification->m_Time = "11:02:17";
+    modification->m_UserID = "rpark";
     auto item = std::make_unique<ZAMXMLChangeItem>();
-    item->m_Node = Text("PatientInfo/Weight");
+    item->m_Node = "PatientInfo/Weight";
     item->m_ValueType = ZAMXML_VTYPE_STRING;
-    item->m_OldValue = Text(std::to_string(i));
-    item->m_NewValue = Text(std::to_string(i + 1));
+    item->m_OldValue = std::to_string(i);
+    item->m_NewValue = std::to_string(i + 1);
     modification->m_Changes.Add(item.release());
     group.m_ModificationList.Add(modification.release());
   }
   IXMLDOMNodePtr section = document.m_Xml.AddNode(u"KESTRANE_ZAM/Modifications", nullptr);
   group.WriteToXML(document.m_Xml, section, nullptr);
   document.m_Xml.SetDurable(0);
-  document.m_Xml.SaveAs(Text(path.string()), nullptr);
+  Require(document.m_Xml.SaveAs(path, nullptr));
 }
 
 /// A folder that is gone with this object.

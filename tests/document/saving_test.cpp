@@ -193,7 +193,8 @@ TEST_F(DocumentSaving, HooksMayReplaceOrMove) {
   const Meanwhile calls[] = {
       {"Close", [](auto& document, auto&) { document.Close(); }, true},
       {"New", [](auto& document, auto&) { document.New(nullptr); }, true},
-      {"Open", [](auto& document, auto& path) { document.Open(path.c_str(), nullptr); }, true},
+      {"Open", [](auto& document, auto& path) { EXPECT_EQ(document.Open(path, nullptr), 1); },
+       true},
       {"SetHistory", [](auto& document, auto&) { document.SetHistory(0); }, false},
       {"BeginModify", [](auto& document, auto&) { document.Begin(); }, false},
   };

@@ -105,11 +105,12 @@ TEST_F(Sharing, ChangedFileIsSeen) {
       {"gone", 1, [&](auto&) { fs::remove(m_Path); }},
       {"replaced when it is read", 1,
        [&](auto& document) {
-         meanwhile(Call::Close, 1, [&] { document.Open(m_Path.c_str(), nullptr); });
+         meanwhile(Call::Close, 1, [&] { EXPECT_EQ(document.Open(m_Path, nullptr), 1); });
        }},
       {"replaced when it is saved", 1,
-       [&](auto& document) { meanwhile(Call::Fsync, 2, [&] { document.Save(); }); }},
-      {"replaced, and saved over", 0, [&](auto& document) { SaveByAnother(), document.Save(); }},
+       [&](auto& document) { meanwhile(Call::Fsync, 2, [&] { EXPECT_EQ(document.Save(), 1); }); }},
+      {"replaced, and saved over", 0,
+       [&](auto& document) { SaveByAnother(), EXPECT_EQ(document.Save(), 1); }},
       {"an edit", 0,
        [](auto& document) { EXPECT_EQ(document.Begin() + document.CommitModify(), 2); }},
       {"replaced, and edited", 1, [&](auto& document) { SaveByAnother(), document.Begin(); }},
