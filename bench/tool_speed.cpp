@@ -114,8 +114,7 @@ Usage RunTool(std::vector<std::string> arguments) {
 double OpenTime(const fs::path& path) {
   const auto start = Clock::now();
   ZAMXMLFile document;
-  if (document.Open(Text(path.string()), nullptr) == 0 ||
-      document.GetHistoryCount() != Modifications) {
+  if (document.Open(path, nullptr) == 0 || document.GetHistoryCount() != Modifications) {
     throw std::runtime_error("the document was not opened whole");
   }
   return Seconds(Clock::now() - start);

@@ -110,7 +110,10 @@ TEST_F(Sharing, ChangedFileIsSeen) {
       {"replaced when it is saved", 1,
        [&](auto& document) { meanwhile(Call::Fsync, 2, [&] { EXPECT_EQ(document.Save(), 1); }); }},
       {"replaced, and saved over", 0,
-       [&](auto& document) { SaveByAnother(), EXPECT_EQ(document.Save(), 1); }},
+       [&](auto& document) {
+         SaveByAnother();
+         EXPECT_EQ(document.Save(), 1);
+       }},
       {"an edit", 0,
        [](auto& document) { EXPECT_EQ(document.Begin() + document.CommitModify(), 2); }},
       {"replaced, and edited", 1, [&](auto& document) { SaveByAnother(), document.Begin(); }},
@@ -123,7 +126,10 @@ TEST_F(Sharing, ChangedFileIsSeen) {
          EXPECT_EQ(document.Save(), 0);
        }},
       {"a save to another path", 0,
-       [&](auto& document) { document.SaveAs(elsewhere.c_str(), nullptr), fs::remove(m_Path); }},
+       [&](auto& document) {
+         EXPECT_EQ(document.SaveAs(elsewhere, nullptr), 1);
+         fs::remove(m_Path);
+       }},
       {"a save to another path that the host takes back", 0,
        [&](auto&) {
          Refusing refusing;
