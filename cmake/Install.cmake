@@ -1,12 +1,18 @@
-# What a host needs: headers, library, CMake package, pkg-config file, samples and schema. The tool
-# installs itself. The installed tree may be moved as a whole.
+# What a host needs: headers, library, CMake package, pkg-config file, samples and schema, with the
+# pages to read. The tool installs itself. The installed tree may be moved as a whole.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZAMXMLData)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 set(share_dir ${CMAKE_INSTALL_DATADIR}/zamxml)
 
-install(TARGETS ZAMXMLData EXPORT ZAMXMLDataTargets)
+install(
+  TARGETS ZAMXMLData
+  EXPORT ZAMXMLDataTargets
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development)
+
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY share/samples DESTINATION ${share_dir})
 install(FILES share/zamxml-document.xsd DESTINATION ${share_dir})
@@ -28,3 +34,7 @@ if(NOT BUILD_SHARED_LIBS)
 endif()
 configure_file(cmake/zamxmldata.pc.in zamxmldata.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zamxmldata.pc DESTINATION ${pkgconfig_dir})
+
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.h" PATTERN "*.cpp")
