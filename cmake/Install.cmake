@@ -17,6 +17,12 @@ install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHIN
 install(DIRECTORY share/samples DESTINATION ${share_dir})
 install(FILES share/zamxml-document.xsd DESTINATION ${share_dir})
 
+# gdb looks for the printers of a library under the full path of that library.
+set(library_name libZAMXMLData_U.so.${ZAMXML_ABI_VERSION})
+install(FILES share/gdb/printers.py
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}
+        RENAME ${library_name}-gdb.py)
+
 install(EXPORT ZAMXMLDataTargets NAMESPACE ZAMXMLData:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/ZAMXMLDataConfig.cmake.in ZAMXMLDataConfig.cmake
                               INSTALL_DESTINATION ${package_dir})
