@@ -1,5 +1,5 @@
-# What a host needs: headers, library, CMake package, pkg-config file, samples and schema, with the
-# pages to read. The tool installs itself. The installed tree may be moved as a whole.
+# Installs what a host needs: headers, library, CMake package, pkg-config file, samples, schema and
+# pages. The tool installs itself. The installed tree may be moved as a whole.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZAMXMLData)
@@ -31,7 +31,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZAMXMLDataConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/ZAMXMLDataConfigVersion.cmake
         DESTINATION ${package_dir})
 
-# A host of the shared library needs nothing else; a host of the static one links what it uses.
+# A host of the shared library needs nothing else. A host of the static one links what that uses.
 file(RELATIVE_PATH pc_prefix /${pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" pc_prefix "${pc_prefix}")
 if(NOT BUILD_SHARED_LIBS)
