@@ -19,7 +19,6 @@ namespace fs = std::filesystem;
 
 const fs::path Tree = ZAMXML_SOURCE_DIR;
 const fs::path FormatPage = Tree / "docs/format.md";
-const fs::path ErrorsPage = Tree / "docs/errors.md";
 const fs::path GuidePage = Tree / "docs/guide.md";
 const fs::path Sample = Tree / "share/samples/worked-example.xml";
 
@@ -118,14 +117,14 @@ TEST(Pages, ShowTheCodeOfTheExamplesWordForWord) {
 }
 
 TEST(Pages, ShowHowAHostGetsTheLibrary) {
-  const std::string host = test::ReadBytes(Tree / "tests/install/host/CMakeLists.txt");
+  std::string host;
+  for (const auto& file : fs::directory_iterator(Tree / "tests/install/host")) {
+    host += test::ReadBytes(file.path());
+  }
   const auto blocks = Blocks(GuidePage, "cmake");
   EXPECT_FALSE(blocks.empty());
   for (const std::string& block : blocks) {
-    std::istringstream lines(block);
-    for (std::string line; std::getline(lines, line);) {
-      EXPECT_NE(host.find(line + '\n'), std::string::npos) << line;
-    }
+    EXPECT_TRUE(host.find(block) != std::string::npos) << block;
   }
 }
 
@@ -148,64 +147,6 @@ TEST(Pages, LinkToFilesThatAreThere) {
     }
   }
   EXPECT_GT(links, 0);
-}
-
-/// A code in the first cell of a row of the catalogue, with the rest of the row.
-std::map<int, std::string> CataloguedCodes() {
-  static const std::regex row(R"(\| `(-\d+)` (\|.*))");
-  std::map<int, std::string> codes;
-  for (const std::string& line : LinesOf(ErrorsPage)) {
-    std::smatch match;
-    if (std::regex_match(line, match, row)) {
-      codes[std::stoi(match[1])] = match[2];
-    }
-  }
-  return codes;
-}
-
-TEST(ErrorsPage, HasEveryCodeWithItsSentence) {
-  static const std::regex constant(R"(int Code\w+ = (-\d+);)");
-  std::map<int, std::string> sentences{{-1, "the message of the exception"}};
-  for (const HRESULT result : {E_POINTER, E_OUTOFMEMORY}) {
-    sentences[result] = _com_error(result).what();
-  }
-  const std::string codes = test::ReadBytes(Tree / "src/platform/codes.h");
-  for (auto it = std::sregex_iterator(codes.begin(), codes.end(), constant);
-       it != std::sregex_iterator(); ++it) {
-    const int code = std::stoi((*it)[1]);
-    sentences[code] = ZAMGF::ZAMErrorString(code).utf8();
-  }
-  EXPECT_GT(sentences.size(), 4U);
-  const auto catalogued = CataloguedCodes();
-  for (const auto& [code, row] : catalogued) {
-    EXPECT_TRUE(sentences.contains(code)) << "no such code: " << code;
-  }
-  for (const auto& [code, sentence] : sentences) {
-    ASSERT_TRUE(catalogued.contains(code)) << code;
-    EXPECT_TRUE(catalogued.at(code).starts_with("| " + sentence + " |")) << code;
-  }
-}
-
-/// A sentence is a literal of three words or more that begins with a capital letter.
-TEST(ErrorsPage, HasEverySentenceThatTheLibraryLogs) {
-  static const std::regex joint(R"re("\s*\+?\s*u?")re");
-  static const std::regex sentence(R"re("([A-Z]\w* [^"]+ [^"]*)")re");
-  const std::string page = test::ReadBytes(ErrorsPage);
-  int sentences = 0;
-  for (const auto& file : fs::recursive_directory_iterator(Tree / "src")) {
-    if (file.path().extension() != ".cpp") {
-      continue;
-    }
-    std::string text = std::regex_replace(test::ReadBytes(file.path()), std::regex(R"(\\")"), "''");
-    text = std::regex_replace(text, joint, "");
-    for (auto it = std::sregex_iterator(text.begin(), text.end(), sentence);
-         it != std::sregex_iterator(); ++it, ++sentences) {
-      const std::string said = std::regex_replace((*it)[1].str(), std::regex("''"), "\"");
-      EXPECT_TRUE(page.find(said.substr(0, said.find_last_not_of(' ') + 1)) != std::string::npos)
-          << file.path() << ": " << said;
-    }
-  }
-  EXPECT_GT(sentences, 30);
 }
 
 TEST(FormatPage, ShowsTheSampleAsItIsSaved) {
