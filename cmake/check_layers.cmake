@@ -3,8 +3,8 @@
 # Fails when an #include breaks the house rules:
 #   - nothing includes upward: platform < records < changes < document < ZAMXMLData.h
 #   - a public header includes the standard library and public headers only
-#   - pugixml, libxml2 and utf8cpp are seen in src/platform alone, system headers in posix*.cpp alone
-#   - tests, tools, benchmarks, fuzzers and examples see no header of ours but the public ones;
+#   - only src/platform includes pugixml, libxml2 and utf8cpp, only posix*.cpp system headers
+#   - tests, tools, benchmarks, fuzzers and examples include our public headers only;
 #     examples and fuzzers use nothing else but the standard library; benchmarks also use the
 #     libraries that they compare with
 cmake_minimum_required(VERSION 3.25)
@@ -17,7 +17,7 @@ function(violation file include reason)
   message(SEND_ERROR "${file} includes ${include}: ${reason}")
 endfunction()
 
-# The number of the floor on which a file stands, counted from below; the umbrella is on the roof.
+# Sets the result to the number of a file's floor, from below. The umbrella header is on the roof.
 function(find_floor file result)
   if(file STREQUAL "include/ZAMXMLData.h")
     list(LENGTH floors floor)
@@ -29,12 +29,12 @@ function(find_floor file result)
     set(floor -1)
   endif()
   if(floor EQUAL -1)
-    message(SEND_ERROR "${file} stands on no floor (${floors})")
+    message(SEND_ERROR "${file} is on no floor (${floors})")
   endif()
   set(${result} ${floor} PARENT_SCOPE)
 endfunction()
 
-# Where an include leads: a file of the tree, "standard", or "foreign".
+# Sets the result to what an include names: a file of the tree, "standard", or "foreign".
 function(resolve file include result)
   cmake_path(GET file PARENT_PATH folder)
   string(REGEX MATCH "^[a-z]+" area ${file})

@@ -1,22 +1,20 @@
-// ecg_recording [document]
+// ecg_recording DOCUMENT
 //
-// Keeps a recording of an electrocardiogram in a section of the document's own: 12 leads, 10
-// seconds, 500 samples of 16 bits per second, one binary block for each lead. It is saved, opened
-// again and compared sample by sample, in both byte orders. The patient is taken from the document,
-// which stays as it is; the new documents stand in the folder that this is run in.
-
-#include <ZAMXMLData.h>
+// Keeps a recording of an electrocardiogram in a section of its own: 12 leads, 10 seconds, 500
+// samples of 16 bits per second, one binary block for each lead. Saves it, opens it again and
+// compares it sample by sample, in both byte orders. The patient comes from the document, which
+// stays as it is; the new documents are in the folder that this runs in.
 
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "visit.h"
 
 namespace {
 
@@ -188,18 +186,17 @@ bool SurvivesRoundTrip(const char* order, int byteOrder, const ZAMXMLPatientInfo
   return true;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) try {
+void Run(const _bstr_t& path) {
   ZAMXMLFile source;
   ZAMLog log;
-  if (argc > 1 && source.Open(argv[1], &log) == 0) {
+  if (source.Open(path, &log) == 0) {
     Fail("The document of the patient cannot be opened.", log);
   }
-  const bool little = SurvivesRoundTrip("little", 0, source.m_PatientInfo);
-  const bool big = SurvivesRoundTrip("big", BigEndian, source.m_PatientInfo);
-  return little && big ? 0 : 1;
-} catch (const std::exception& error) {
-  std::fprintf(stderr, "%s\n", error.what());
-  return 1;
+  Require(SurvivesRoundTrip("little", 0, source.m_PatientInfo) &&
+              SurvivesRoundTrip("big", BigEndian, source.m_PatientInfo),
+          "the samples come back in both byte orders");
 }
+
+}  // namespace
+
+int main(int argc, char** argv) { return RunExample(argc, argv, Run); }

@@ -1,12 +1,12 @@
-#include <ZAMXMLData.h>
+// walk_through DOCUMENT
+//
+// What a host does with a document, step by step: open, read, edit, commit, show, walk through the
+// history, save, open again. scripts/demo shows it.
 
 #include <filesystem>
-#include <iostream>
-#include <stdexcept>
 #include <string>
 
-/// The road of a host: open, read, edit, commit, show, walk through the history, save, reopen.
-/// Argument: the path of a document, which stays as it is; the result goes into the working folder.
+#include "visit.h"
 
 namespace {
 
@@ -29,12 +29,6 @@ protected:
   void OnHistoryChanged() override { std::cout << "    (the document tells: position changed)\n"; }
 };
 
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    throw std::runtime_error(what);
-  }
-}
-
 void Step(const std::string& title) { std::cout << "\n== " << title << '\n'; }
 
 std::string PositionName(const ZAMXMLFile& document, int position) {
@@ -50,16 +44,15 @@ std::string PositionName(const ZAMXMLFile& document, int position) {
 void Show(const StressTest& document) {
   const ZAMXMLPatientInfo& patient = document.m_PatientInfo;
   std::cout << "    shown:   " << PositionName(document, document.m_nHistory) << '\n'
-            << "    patient: " << patient.m_Name.GetFullName(ZAM_NAME_STYLE_FAMILY_FIRST, 1).utf8()
-            << " (" << patient.m_GenderCode.utf8() << "), " << patient.m_Weight.utf8() << ' '
-            << patient.m_WeightUnit.utf8() << ", " << patient.m_Height.utf8() << ' '
-            << patient.m_HeightUnit.utf8() << '\n'
-            << "    study:   " << document.m_StudyInfo.m_Status.utf8() << "; "
-            << document.m_StudyInfo.m_Comment.utf8() << '\n';
+            << "    patient: " << patient.m_Name.GetFullName(ZAM_NAME_STYLE_FAMILY_FIRST, 1) << " ("
+            << patient.m_GenderCode << "), " << patient.m_Weight << ' ' << patient.m_WeightUnit
+            << ", " << patient.m_Height << ' ' << patient.m_HeightUnit << '\n'
+            << "    study:   " << document.m_StudyInfo.m_Status << "; "
+            << document.m_StudyInfo.m_Comment << '\n';
   for (int i = 0; i < document.m_Interpretation.GetCount(); ++i) {
     _bstr_t statement;
     document.m_Interpretation.GetStatement(i, statement);
-    std::cout << "    reading: " << statement.utf8() << '\n';
+    std::cout << "    reading: " << statement << '\n';
   }
 }
 
@@ -82,9 +75,8 @@ void Edit(StressTest& document) {
   Require(document.AddChangeItemStatement(u"", u"Interpretation", interpretation) == 3, "list");
   for (int i = 0; i < document.m_pModification->GetCount(); ++i) {
     const ZAMXMLChangeItem& item = *document.m_pModification->GetChange(i);
-    std::cout << "    " << item.m_Node.utf8() << (item.m_Attribute.length() != 0 ? " @" : "")
-              << item.m_Attribute.utf8() << ": " << item.m_OldValue.utf8() << " -> "
-              << item.m_NewValue.utf8() << '\n';
+    std::cout << "    " << item.m_Node << (item.m_Attribute.length() != 0 ? " @" : "")
+              << item.m_Attribute << ": " << item.m_OldValue << " -> " << item.m_NewValue << '\n';
   }
 }
 
@@ -100,12 +92,13 @@ void Walk(StressTest& document) {
   }
 }
 
-void Run(const std::string& source) {
+void Run(const _bstr_t& source) {
   ZAMLog log;
   StressTest document;
 
-  Step("Open " + std::filesystem::path(source).filename().string() + ": the last state is shown");
-  Require(document.Open(source.c_str(), &log) != 0, "Open");
+  Step("Open " + std::filesystem::path(source.u8string()).filename().string() +
+       ": the last state is shown");
+  Require(document.Open(source, &log) != 0, "Open");
   Show(document);
 
   Step("Begin an edit, and cancel it: nothing is recorded");
@@ -140,12 +133,12 @@ void Run(const std::string& source) {
   Require(reopened.GetHistoryCount() == before + 1, "the saved history is shorter");
   Show(reopened);
 
-  Step("In the file stands the original content, with the whole list");
+  Step("The file holds the original content, with the whole list");
   ZAMXml tree;
   Require(tree.Open(target.c_str(), &log) != 0, "open the tree");
   _bstr_t weight;
   tree.GetNodeText(tree.GetNode(u"KESTRANE_ZAM/PatientInfo/Weight"), weight);
-  std::cout << "    weight in the file: " << weight.utf8() << "; modifications in the file: "
+  std::cout << "    weight in the file: " << weight << "; modifications in the file: "
             << tree.GetNodeCount(tree.GetNode(u"KESTRANE_ZAM/Modifications"), u"Modification")
             << '\n';
   Require(weight == u"58.4", "the file does not hold the original content");
@@ -153,16 +146,4 @@ void Run(const std::string& source) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::cerr << "usage: walk_through DOCUMENT\n";
-    return 2;
-  }
-  try {
-    Run(argv[1]);
-    return 0;
-  } catch (const std::exception& failure) {
-    std::cerr << "walk_through: failed: " << failure.what() << '\n';
-    return 1;
-  }
-}
+int main(int argc, char** argv) { return RunExample(argc, argv, Run); }

@@ -23,7 +23,7 @@ wrong=$(
     }
     { text = text substr($0, indent) "\n"; files = files $0 "\n" }
     END { for (text in snippets) if (!(text in shown)) print "no page shows " snippets[text] }
-  ' examples/*.cpp tests/install/host/CMakeLists.txt share/samples/*.xml docs/*.md ./*.md
+  ' examples/*.cpp examples/*.h tests/install/host/* share/samples/*.xml docs/*.md ./*.md
   for page in docs/*.md ./*.md; do
     grep -o '](\([^)#:]*\)[#)]' "$page" | sed 's/^](//; s/.$//' | while read -r link; do
       [ -e "$(dirname "$page")/$link" ] || echo "$page: no file $link"
