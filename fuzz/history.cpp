@@ -37,7 +37,7 @@ bool operator<(const Place& left, const Place& right) {
 /// More steps than a path keeps apart.
 const Text DeepNode = [] {
   Text node;
-  for (int i = 0; i < 300; ++i) {
+  for (int i = 0; i < 258; ++i) {
     node += u"s/";
   }
   return node;
