@@ -59,7 +59,7 @@ TargetLock::TargetLock(const std::string& path, const TargetOptions& options)
   }
 }
 
-void WriteTarget(const std::string& path, std::string_view bytes) {
+void WriteTarget(const std::string& path, std::string_view bytes, const std::string& source) {
   namespace fs = std::filesystem;
   const auto fail = [&](const std::string& why) { throw Failure(path, "cannot write it", why); };
   std::error_code error;
@@ -69,9 +69,11 @@ void WriteTarget(const std::string& path, std::string_view bytes) {
   if (exists && !S_ISREG(existing.st_mode)) {
     fail("it is no regular file");
   }
+  struct stat model {};
+  const bool hasModel = ::stat(source.c_str(), &model) == 0;
+  const mode_t access = exists ? 0600 : hasModel ? 0600 | (model.st_mode & 0066) : 0666;
   const fs::path beside = place.parent_path() / (".zamxml-" + std::to_string(::getpid()));
-  const int file =
-      ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? 0600 : 0666);
+  const int file = ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, access);
   if (file < 0) {
     fail(std::strerror(errno));
   }

@@ -37,7 +37,7 @@ private:
 void ReleaseTarget() noexcept;
 
 /// Makes the file hold these bytes, in one piece: they are written beside it and take its place
-/// when they are on the disk. A file that is replaced hands on its mode. Failure, with what was
-/// there untouched, when that cannot be done, or when the path leads to something that is no
-/// regular file.
-void WriteTarget(const std::string& path, std::string_view bytes);
+/// when they are on the disk. A file that is replaced hands on its mode; a new one is open to
+/// nobody who may not read the source. Failure, with what was there untouched, when that cannot be
+/// done, or when the path leads to something that is no regular file.
+void WriteTarget(const std::string& path, std::string_view bytes, const std::string& source);
