@@ -202,9 +202,9 @@ private:
     const auto notes =
         static_cast<std::size_t>(std::count_if(m_Findings.begin(), m_Findings.end(), IsNote));
     const std::size_t others = m_Findings.size() - notes;
-    std::string html = fmt::format("<div class={}><b>Check: {}, {}.</b><ul tabindex=0>",
-                                   others == 0 ? "sound" : "unsound", Counted(others, "finding"),
-                                   Counted(notes, "note"));
+    std::string html = fmt::format(
+        "<div class={}><b>Check: {}, {}.</b><ul tabindex=0 aria-label=Findings>",
+        others == 0 ? "sound" : "unsound", Counted(others, "finding"), Counted(notes, "note"));
     for (std::size_t i = 0; i < std::min(most, m_Findings.size()); ++i) {
       const _bstr_t sentence = _bstr_t::FromUtf8(Sentence(m_Findings[i]));
       html += "<li>" + m_Texts.Html(sentence);
