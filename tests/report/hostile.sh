@@ -14,7 +14,9 @@ cat <<END
 <?xml version="1.0" encoding="UTF-8"?>
 <KESTRANE_ZAM>
 <DocumentInfo><ID>$escape</ID><Type>&amp;lt;b&gt; &lt;!--where--&gt; '"{{x}}</Type></DocumentInfo>
+<Patient>1</Patient>
 <PatientInfo><ID>a&#x202E;321&#x200B;</ID><Name><Full>שרה כהן</Full></Name>
+<BackupID>&#xA0;&#x2003;</BackupID>
 <Weight Unit="'&quot;&gt;&lt;i&gt;">70</Weight></PatientInfo>
 <OrderInfo><ID>1</ID><Comment>$huge</Comment></OrderInfo>
 <StudyInfo><ID>2</ID><Status>open </Status></StudyInfo>
@@ -24,7 +26,7 @@ cat <<END
 <Data start="0" length="10000">$(awk 'BEGIN { for (; i < 5000; ++i) printf "%d,", i % 1000 - 500 }')</Data>
 </Lead></Recording>
 <Modifications>
-$(modification 1 2024-01-01 "$escape" "&#x202E;nimda" \
+$(modification 1 2024-01-03 "$escape" "&#x202E;nimda" \
   "$(item OrderInfo/Comment '' STRING "$huge" "$request&#xFEFF;")
    $(item PatientInfo/Name '' NAME 'שרה כהן^^^^^' 'Ann^Lee^^^^')")
 $(modification 2 2024-01-02 li "李" \

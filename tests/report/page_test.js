@@ -13,6 +13,8 @@ const rowOf = (label) => [...document.querySelectorAll(".row")]
 
 tell("injected", document.images.length, document.scripts.length, typeof owned, document.title);
 tell("name", seen(document.querySelector("h1")), seen(rowOf("Identifier")));
+tell("blank", seen(rowOf("Second identifier")));
+tell("sections", ...[...document.querySelectorAll(".sections h2")].map(seen));
 tell("finding", seen(document.querySelector(".unsound")));
 tell("last", seen(byId("where")), seen(rowOf("Status")), seen(rowOf("Added")));
 tell("list", seen(document.querySelector(".statements")));
@@ -43,7 +45,7 @@ await act(byId("path"), "input", {value: ""});
 await act(byId("user"), "input", {value: "李"});
 tell("user", seen(byId("count")));
 await act(byId("user"), "input", {value: ""});
-await act(byId("until"), "input", {value: "2024-01-01"});
+await act(byId("until"), "input", {value: "2024-01-02"});
 tell("until", seen(byId("count")));
 await act(byId("until"), "input", {value: ""});
 for (const turn of ["up", "down"]) {

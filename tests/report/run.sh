@@ -60,6 +60,8 @@ if command -v pdftotext >/dev/null; then
       three 'U+202E' '1,048,576' Signature; do
       grep -q -e "$words" page.txt || fail "not printed (scripts $scripts): $words"
     done
+    [ $scripts = false ] || [ "$(grep -c 'Ann.*Patient.*321' page.txt)" = "$(grep -c 'page . of' page.txt)" ] ||
+      fail "a printed page does not say whose it is"
     grep -q 'Zoom\|Show more\|▶' page.txt && fail "controls are printed"
   done
 fi

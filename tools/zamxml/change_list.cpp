@@ -12,12 +12,11 @@ ValuePath PathOf(const ZAMXMLChangeItem& item) {
   return {item.m_Node.utf8(), item.m_Attribute.utf8()};
 }
 
-std::vector<ValuePath> TargetsOf(const ZAMXMLChangeItem& item) {
-  const ValuePath path = PathOf(item);
-  if (item.m_ValueType == ZAMXML_VTYPE_STATEMENT) {
+std::vector<ValuePath> TargetsOf(const ValuePath& path, ZAMXML_VTYPE type) {
+  if (type == ZAMXML_VTYPE_STATEMENT) {
     return {{path.m_Element + "/Statement", {}}};
   }
-  if (item.m_ValueType != ZAMXML_VTYPE_NAME) {
+  if (type != ZAMXML_VTYPE_NAME) {
     return {path};
   }
   std::vector<ValuePath> parts;
@@ -25,6 +24,10 @@ std::vector<ValuePath> TargetsOf(const ZAMXMLChangeItem& item) {
     parts.push_back({path.m_Element + '/' + _bstr_t(part).utf8(), {}});
   }
   return parts;
+}
+
+std::vector<ValuePath> TargetsOf(const ZAMXMLChangeItem& item) {
+  return TargetsOf(PathOf(item), item.m_ValueType);
 }
 
 bool Overlap(const ZAMXMLChangeItem& left, const ZAMXMLChangeItem& right) {

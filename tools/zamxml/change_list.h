@@ -13,6 +13,7 @@
 ValuePath PathOf(const ZAMXMLChangeItem& item);
 
 /// The places that a change writes: its own, or those of a name's parts or of the statements.
+std::vector<ValuePath> TargetsOf(const ValuePath& path, ZAMXML_VTYPE type);
 std::vector<ValuePath> TargetsOf(const ZAMXMLChangeItem& item);
 
 /// True when two changes write the same place.

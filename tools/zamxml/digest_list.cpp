@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -90,7 +91,7 @@ void DigestList::Take(std::string_view line) {
   std::size_t count = 0;
   const auto [stopped, error] = std::from_chars(line.data(), line.data() + line.size(), count);
   line.remove_prefix(static_cast<std::size_t>(stopped - line.data()));
-  if (error != std::errc() || !line.starts_with("  ") || line.size() == 2) {
+  if (error != std::errc() || count > INT_MAX || !line.starts_with("  ") || line.size() == 2) {
     throw std::invalid_argument("count");
   }
   line.remove_prefix(2);

@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "change_list.h"
 #include "failure.h"
 #include "json_form.h"
 #include "text.h"
@@ -93,8 +94,10 @@ std::vector<Edit> ParseJsonEdits(const std::string& file, const std::string& sou
 void RefuseRepeated(const std::string& file, const std::vector<Edit>& edits) {
   std::set<std::string> seen;
   for (const Edit& edit : edits) {
-    if (!seen.insert(edit.m_Path.Whole()).second) {
-      throw Failure(file, edit.m_Path.Whole(), "it is given twice");
+    for (const ValuePath& place : TargetsOf(edit.m_Path, edit.m_Type)) {
+      if (!seen.insert(place.Whole()).second) {
+        throw Failure(file, place.Whole(), "it is given twice");
+      }
     }
   }
 }

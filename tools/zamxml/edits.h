@@ -29,5 +29,5 @@ Edit ParseStatementsEdit(const std::string& file, const std::vector<std::string>
 std::vector<Edit> ParseJsonEdits(const std::string& file, const std::string& source,
                                  const std::string& json);
 
-/// Failure when a place is named twice.
+/// Failure when two of them write one place: one of the values would be lost.
 void RefuseRepeated(const std::string& file, const std::vector<Edit>& edits);

@@ -271,5 +271,6 @@ int RecordModification(const std::string& verb, const RecordingOptions& options,
     return ExitFine;
   }
   RequireMemory();
+  const AccessLimit limit(options.m_File);
   return SaveAndReport(document, target, report);
 }

@@ -68,10 +68,13 @@ public:
 
   std::string Write() {
     const std::map<std::string_view, std::string> parts = {
-        {"title", Title()},           {"name", Name()},
-        {"facts", Facts()},           {"findings", FindingsHtml()},
-        {"where", Where()},           {"sections", SectionsHtml(m_Model, m_Texts)},
-        {"changes", Changes()},       {"made", Made()},
+        {"title", Title()},
+        {"name", Name()},
+        {"facts", Facts()},
+        {"findings", FindingsHtml()},
+        {"where", Where()},
+        {"sections", SectionsHtml(m_Model, m_Texts)},
+        {"changes", Changes()},
         {"data", Data().dump()},  // before the texts, which it numbers
         {"texts", m_Texts.Numbered()}};
     return Fill(parts);
@@ -168,7 +171,10 @@ private:
            Fact("Document", line({"DocumentInfo/Type", "DocumentInfo/ID", "DocumentInfo/Version",
                                   "DocumentInfo/InstitutionName"})) +
            Fact("History", History()) +
-           Fact("Digest", "<span class=digest>" + m_Digest + "</span>");
+           Fact("Digest",
+                "<span class=digest>" + m_Digest + "</span> <small>of the original content" +
+                    (m_Document.Last() < 0 ? "" : " and all modifications") + "</small>") +
+           Fact("Page", Made());
   }
 
   std::string History() const {
@@ -196,9 +202,9 @@ private:
     const auto notes =
         static_cast<std::size_t>(std::count_if(m_Findings.begin(), m_Findings.end(), IsNote));
     const std::size_t others = m_Findings.size() - notes;
-    std::string html =
-        fmt::format("<div class={}><b>Check: {}, {}.</b><ul>", others == 0 ? "sound" : "unsound",
-                    Counted(others, "finding"), Counted(notes, "note"));
+    std::string html = fmt::format(
+        "<div class={}><b>Check: {}, {}.</b><ul tabindex=0 aria-label=Findings>",
+        others == 0 ? "sound" : "unsound", Counted(others, "finding"), Counted(notes, "note"));
     for (std::size_t i = 0; i < std::min(most, m_Findings.size()); ++i) {
       const _bstr_t sentence = _bstr_t::FromUtf8(Sentence(m_Findings[i]));
       html += "<li>" + m_Texts.Html(sentence);
@@ -286,7 +292,7 @@ private:
   }
 
   std::string Made() const {
-    return fmt::format("Made {} by zamxml {} from the file {}.", LocalTime(), ZAMXML_VERSION,
+    return fmt::format("made {} by zamxml {} from the file {}", LocalTime(), ZAMXML_VERSION,
                        m_Document.Name() == "-"
                            ? "on its standard input"
                            : m_Texts.Html(_bstr_t::FromUtf8(m_Document.Name())));

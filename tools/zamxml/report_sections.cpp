@@ -48,6 +48,13 @@ std::string LabelOf(const ReportElement& element) {
   return found != Labels().end() ? found->second : Marked(_bstr_t::FromUtf8(element.m_Step));
 }
 
+/// An element whose own name is what a known one is called.
+bool BearsKnownLabel(const ReportElement& element) {
+  return !Labels().contains(element.m_Path) &&
+         std::ranges::any_of(Labels(),
+                             [&](const auto& known) { return element.m_Step == known.second; });
+}
+
 class SectionWriter {
 public:
   SectionWriter(const ReportModel& model, const PageTexts& texts)
@@ -55,8 +62,9 @@ public:
 
   std::string Write(const ReportElement& section) {
     const std::string figures = FiguresHtml(m_Model, m_Texts, section);
-    m_Html = fmt::format("<section class=\"card{}\"><h2>{}</h2>\n", figures.empty() ? "" : " wide",
-                         LabelOf(section));
+    m_Html = fmt::format("<section class=\"card{}\"><h2>{}{}</h2>\n",
+                         figures.empty() ? "" : " wide", LabelOf(section),
+                         BearsKnownLabel(section) ? " <small>another section</small>" : "");
     WriteContent(section, 3);
     m_Html += figures;
     if (!m_Empty.empty()) {

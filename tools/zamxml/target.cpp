@@ -59,6 +59,14 @@ TargetLock::TargetLock(const std::string& path, const TargetOptions& options)
   }
 }
 
+AccessLimit::AccessLimit(const std::string& source) : m_Before(::umask(0)) {
+  struct stat model {};
+  const mode_t closed = ::stat(source.c_str(), &model) == 0 ? ~model.st_mode & 0066 : 0;
+  ::umask(m_Before | closed);
+}
+
+AccessLimit::~AccessLimit() { ::umask(m_Before); }
+
 void WriteTarget(const std::string& path, std::string_view bytes) {
   namespace fs = std::filesystem;
   const auto fail = [&](const std::string& why) { throw Failure(path, "cannot write it", why); };

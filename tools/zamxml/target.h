@@ -36,6 +36,18 @@ private:
 /// Gives up the lock that is held, if any, where the program ends without unwinding.
 void ReleaseTarget() noexcept;
 
+/// While it lives, this process makes files that are open to nobody who may not use the source.
+class AccessLimit {
+public:
+  explicit AccessLimit(const std::string& source);
+  AccessLimit(const AccessLimit&) = delete;
+  AccessLimit& operator=(const AccessLimit&) = delete;
+  ~AccessLimit();
+
+private:
+  unsigned int m_Before;  ///< the mask
+};
+
 /// Makes the file hold these bytes, in one piece: they are written beside it and take its place
 /// when they are on the disk. A file that is replaced hands on its mode. Failure, with what was
 /// there untouched, when that cannot be done, or when the path leads to something that is no

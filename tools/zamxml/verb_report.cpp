@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -25,10 +26,13 @@ struct Options : TargetOptions {
   std::string m_Output;
 };
 
-/// The findings come from a document of its own: proving one leaves it at its last position.
+/// What is found, before the notes: the page shows the first of many. It comes from a document of
+/// its own, because proving one leaves it at its last position.
 std::vector<Finding> FindingsIn(Document& document) {
   Document copy(document.m_Xml, document.Name());
-  return Verify(copy);
+  std::vector<Finding> findings = Verify(copy);
+  std::ranges::stable_partition(findings, std::not_fn(IsNote));
+  return findings;
 }
 
 std::string DigestOf(Document& document) {
@@ -60,6 +64,7 @@ int Run(const Options& options) {
   const std::string page = PageOf(options, isSound);
   const std::string name = Printable(_bstr_t::FromUtf8(options.m_File));
   if (lock) {
+    const AccessLimit limit(options.m_File);
     WriteTarget(options.m_Output, page);
   } else {
     Deliver(page);
