@@ -99,10 +99,11 @@ public:
 
   /// Stamps the pending modification with the local date and time, appends it to the history and
   /// ends the edit. The shown position does not change. Leaves out a change whose type is not
-  /// string, name or statement, and logs a warning. Returns 0 if no modification is pending.
-  /// Returns 0 and logs the reason if the tree has no place for the list; the modification is then
-  /// in the list and the snapshot stays open. After an exception, GetHistoryCount tells whether the
-  /// modification is in the history.
+  /// string, name or statement, and logs a warning. Returns 0 if no modification is pending, and in
+  /// hooks that read or write the document, where the edit stays open. Returns 0 and logs the
+  /// reason if the tree has no place for the list; the modification is then in the list and the
+  /// snapshot stays open. After an exception, GetHistoryCount tells whether the modification is in
+  /// the history.
   [[nodiscard]] int CommitModify();
   /// Ends the edit and deletes the snapshot and the pending modification with its items.
   void CancelModify();
@@ -136,7 +137,8 @@ protected:
 
   /// Read one section each, in this order, with OnReadModification right after OnReadDocumentInfo.
   /// A result of 0 ends the reading. A missing section is an error, except Modifications. While
-  /// SetHistory reads the document again, SetHistory, Save, SaveAs and BeginModify return 0.
+  /// SetHistory reads the document again, and always until OnReadModification has returned,
+  /// SetHistory, Save, SaveAs, BeginModify and CommitModify return 0.
   virtual int OnReadDocumentInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadPatientInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnReadOrderInfo(ZAMXml& xml, ZAMLog* log);
@@ -153,9 +155,10 @@ protected:
   virtual int OnCopyXMLTemplate(const _bstr_t& path);
 
   /// Write one section each and create its element if it is missing. A result of 0 ends the
-  /// writing. The tree is incomplete meanwhile: SetHistory, Save, SaveAs and BeginModify return 0
-  /// in these hooks. OnWriteModification writes nothing if there are no modifications. An override
-  /// that always writes nothing keeps the history out of this and every later save of the tree.
+  /// writing. The tree is incomplete meanwhile: SetHistory, Save, SaveAs, BeginModify and
+  /// CommitModify return 0 in these hooks. OnWriteModification writes nothing if there are no
+  /// modifications. An override that always writes nothing keeps the history out of this and every
+  /// later save of the tree.
   virtual int OnWriteDocumentInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWritePatientInfo(ZAMXml& xml, ZAMLog* log);
   virtual int OnWriteOrderInfo(ZAMXml& xml, ZAMLog* log);

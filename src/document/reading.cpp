@@ -54,8 +54,12 @@ int ZAMXMLFile::_ReadFromXML(ZAMXml& xml, int moveToLast, ZAMLog* log) {
   const auto read = [&](int (ZAMXMLFile::*hook)(ZAMXml&, ZAMLog*)) {
     return (this->*hook)(xml, log) != 0 && session == Session();
   };
-  if (!read(&ZAMXMLFile::OnReadDocumentInfo) || !read(&ZAMXMLFile::OnReadModification)) {
-    return 0;
+  {
+    // Without its list the document has no last state that could be saved or edited.
+    const zam::Scoped busy(m_BusySession, session);
+    if (!read(&ZAMXMLFile::OnReadDocumentInfo) || !read(&ZAMXMLFile::OnReadModification)) {
+      return 0;
+    }
   }
   if (moveToLast != 0) {
     _SetHistory(xml, GetHistoryCount() - 1);

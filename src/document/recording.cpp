@@ -334,6 +334,9 @@ int ZAMXMLFile::CommitModify() {
   if (m_pModification == nullptr) {
     return 0;
   }
+  if (IsBusy()) {
+    return RefuseBusy(nullptr);
+  }
   const zam::WarningScope warnings(m_Xml, this);
   LeaveOutUnstorable();
   if (m_nForeignEdit != 0) {

@@ -185,7 +185,8 @@ ZAMXMLFile::Saved ZAMXMLFile::SaveOriginal(const _bstr_t& path, ZAMLog* log) {
                       : u"The document cannot be shown again.",
            log);
   }
-  NoteFile(file);
+  // Meanwhile a host may have saved it to the same path once more.
+  NoteFile(m_Xml.m_strFilePath == path ? m_Xml.m_pFile : file);
   return saved == 0 ? Saved::Not : again ? Saved::Whole : Saved::Unshown;
 }
 

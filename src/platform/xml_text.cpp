@@ -138,7 +138,10 @@ bool ZAMXmlDocument::Fits(const zam::TextLayout& layout, const zam::Nodes& other
 
 void ZAMXmlDocument::RememberText(pugi::xml_node element, bool elements) {
   const pugi::xml_node first = element.first_child();
-  const bool plain = !first.next_sibling() && first.type() != pugi::node_cdata;
+  // What would be stored anew as it is need not be remembered.
+  const std::string_view value = first.value();
+  const bool isAsAnew = first.type() != pugi::node_cdata || (!value.empty() && IsBlank(value));
+  const bool plain = !first.next_sibling() && isAsAnew;
   const zam::ElementMemory* const memory = FindMemory(element);
   if (plain || (memory != nullptr && memory->m_Text)) {
     return;

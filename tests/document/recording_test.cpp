@@ -150,6 +150,35 @@ TEST_F(Recording, OwnTextsAreArguments) {
   EXPECT_EQ(header.m_ID + header.m_Author, u"KESTRANE Co.,Ltd.UNKNOWN");
 }
 
+TEST_F(Recording, HooksLoseNoModification) {
+  const struct {
+    const char* m_Hook;
+    int m_Moved;   ///< the modifications after an edit is committed there in a move
+    int m_Opened;  ///< and after an edit is made there in an opening
+  } rows[] = {{"read-header", 3, 3},
+              {"read-list", 3, 3},
+              {"read-patient", 3, 4},
+              {"read-own", 3, 4},
+              {"changed", 4, 3}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.m_Hook);
+    const auto commit = [this] {
+      return m_Document.Set(u"PatientInfo/Weight", u"70") + m_Document.CommitModify();
+    };
+    ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights())) + m_Document.Begin(), 2);
+    m_Document.m_Hook = row.m_Hook;
+    m_Document.m_Meanwhile = commit;
+    EXPECT_EQ(m_Document.SetHistory(0), 1);
+    EXPECT_EQ(m_Document.GetHistoryCount(), row.m_Moved);
+    m_Document.m_Meanwhile = [&] { m_Document.Begin(), commit(); };
+    ASSERT_EQ(m_Document.Open(m_Path.c_str(), nullptr), 1);
+    m_Document.m_Meanwhile = nullptr;
+    ASSERT_EQ(m_Document.Save() + m_Document.Open(m_Path.c_str(), nullptr), 2);
+    EXPECT_EQ(m_Document.GetHistoryCount(), row.m_Opened);
+    EXPECT_EQ(Stored(u"PatientInfo/Weight"), "58");
+  }
+}
+
 TEST_F(Recording, ReplacedCharactersAreToldOf) {
   ASSERT_EQ(Open(test::DocumentBytes()), 1);
   ASSERT_EQ(m_Document.BeginModify(u"1", u"u\x1", u"U"), 1);

@@ -117,6 +117,15 @@ TEST_F(Sharing, ChangedFileIsSeen) {
       {"an edit", 0,
        [](auto& document) { EXPECT_EQ(document.Begin() + document.CommitModify(), 2); }},
       {"replaced, and edited", 1, [&](auto& document) { SaveByAnother(), document.Begin(); }},
+      {"saved, and again as soon as it is shown", 0,
+       [](auto& document) {
+         document.m_WhenChanged = [&document, shown = 0]() mutable {
+           if (++shown == 2) {
+             EXPECT_EQ(document.Save(), 1);
+           }
+         };
+         EXPECT_EQ(document.Save(), 1);
+       }},
       {"saves that fail", 0,
        [&](auto& document) {
          const test::FailingCall full(Call::Write, 1, ENOSPC);

@@ -175,6 +175,8 @@ TEST_F(Opening, BadBytesAreRefused) {
       {Nested(100000, false), "line 1, column 3001: "},
       {"<a>\n" + WithAttributes(1001) + "</a>", "line 2, column 1: "},
       {WithAttributes(200000), "line 1, column 1: "},
+      {"<a b='" + std::string(6000, 'x'), "line 1, column "},
+      {"<a b='" + std::string(6000, 'x') + "<c/></a>", "line 1, column 6007: "},
   };
   for (const auto& row : rows) {
     const std::string reason = RefusalOf(row.m_Bytes);
@@ -185,6 +187,8 @@ TEST_F(Opening, BadBytesAreRefused) {
   ZAMXml largest;
   test::Load(largest, Nested(999, true).insert(3 * 999, WithAttributes(1000)));
   EXPECT_EQ(largest.SetNodeAttribute(largest.GetNode(u"a"), u"x", u""), 1);
+  const std::string tags = WithAttributes(1001) + WithAttributes(1001);
+  test::Load(largest, "<a><!--" + tags + "--><?p " + tags + "?><![CDATA[" + tags + "]]></a>");
 }
 
 TEST_F(Opening, UnreadableFilesAreRefused) {

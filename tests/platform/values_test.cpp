@@ -168,6 +168,20 @@ TEST(Values, RestoredTextTakesNoWhiteSpace) {
   EXPECT_EQ(TextOf(xml, u"p"), _bstr_t(u"a"));
 }
 
+/// Of the texts on the way, only what could not be stored anew is remembered.
+TEST(Values, RestoredTextForgetsBlanks) {
+  for (const bool blankFirst : {true, false}) {
+    ZAMXml xml;
+    test::Load(xml, blankFirst ? "<R><p><![CDATA[ ]]></p></R>" : "<R><p/></R>");
+    const IXMLDOMNodePtr holder = xml.GetNode(u"R/p");
+    xml.SetNodeText(holder, u"a");
+    xml.AddChildNode(holder, u"b", nullptr);
+    xml.SetNodeText(holder, u"NEW");
+    xml.SetNodeText(holder, u"a");
+    EXPECT_EQ(test::Saved(xml), "<R><p>a<b/></p></R>");
+  }
+}
+
 TEST(Values, MissingAndNull) {
   ZAMXml xml;
   test::Load(xml, "<R a=\"\"/>");
