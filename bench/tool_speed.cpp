@@ -38,7 +38,7 @@ void WriteDocument(const fs::path& path, int modifications) {
   ZAMXMLFile document;
   document.New(nullptr);
   document.m_PatientInfo.m_Weight = Text("0");
-  document.SaveAs(Text(path.string()), nullptr);
+  const bool started = document.SaveAs(Text(path.string()), nullptr) != 0;
   ZAMXMLModificationGroup group;
   for (int i = 0; i < modifications; ++i) {
     auto modification = std::make_unique<ZAMXMLModification>();
@@ -57,7 +57,9 @@ void WriteDocument(const fs::path& path, int modifications) {
   IXMLDOMNodePtr section = document.m_Xml.AddNode(u"KESTRANE_ZAM/Modifications", nullptr);
   group.WriteToXML(document.m_Xml, section, nullptr);
   document.m_Xml.SetDurable(0);
-  document.m_Xml.SaveAs(Text(path.string()), nullptr);
+  if (!started || document.m_Xml.SaveAs(Text(path.string()), nullptr) == 0) {
+    throw std::runtime_error("the document was not written");
+  }
 }
 
 /// A folder that is gone with this object.

@@ -33,6 +33,7 @@ struct FileBytes {
   std::size_t m_Size = 0;
   FileIdentity m_Identity;  ///< of the file, before it was read
 
+  static FileBytes Copy(std::string_view bytes);
   std::string_view View() const noexcept { return {m_Bytes.get(), m_Size}; }
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -70,6 +71,7 @@ struct ZAMXmlDocument {
   /// Learns how a loaded document is indented.
   void LearnIndentation();
 
+  std::unique_ptr<char[]> m_Source;  ///< what names and texts of the tree may point into
   pugi::xml_document m_Tree;
   bool m_Lines = true;              ///< elements stand on lines of their own
   std::string m_IndentUnit = "\t";  ///< one level of indentation

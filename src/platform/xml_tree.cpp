@@ -70,7 +70,7 @@ int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
       return Fail(zam::CodeNotRead, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
     auto file = std::make_shared<zam::FileIdentity>(bytes->m_Identity);
-    auto document = zam::ReadDocument(bytes->View(), reason);
+    auto document = zam::ReadDocument(std::move(*bytes), reason);
     if (!document) {
       return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
@@ -135,7 +135,7 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
     const std::string bytes = zam::WriteDocument(source.m_Document->m_Tree);
     auto copy = std::make_unique<ZAMXmlDocument>();
     if (source.m_Document->Root()) {
-      copy = zam::ReadDocument(bytes, reason);
+      copy = zam::ReadDocument(zam::FileBytes::Copy(bytes), reason);
     } else {
       copy->MakeEmpty();
     }
