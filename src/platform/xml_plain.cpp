@@ -17,17 +17,18 @@ enum Kind : unsigned char {
   NameStart = 1,
   NamePart = 2,
   Blank = 4,
-  Quote = 8,
-  TextStop = 16,  ///< a byte that has to be looked at
+  TextStop = 8,  ///< a byte in a text or an attribute that has to be looked at
 };
 
 constexpr bool IsLetter(unsigned int c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-/// What a text may hold only in places, or never. The byte 0xEF leads U+FFFE and U+FFFF.
+/// What a text or an attribute may hold only in places, or never. The byte 0xEF leads U+FFFE and
+/// U+FFFF.
 constexpr bool StopsText(unsigned int c) {
-  return (c < 0x20 && c != '\t' && c != '\n') || c == '&' || c == '<' || c == '>' || c == 0xEF;
+  return (c < 0x20 && c != '\t' && c != '\n') || c == '&' || c == '<' || c == '>' || c == '"' ||
+         c == '\'' || c == 0xEF;
 }
 
 constexpr std::array<unsigned char, 256> Kinds = [] {
@@ -36,33 +37,12 @@ constexpr std::array<unsigned char, 256> Kinds = [] {
     const bool part = IsLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
     kinds[c] = static_cast<unsigned char>((IsLetter(c) ? NameStart : 0) | (part ? NamePart : 0) |
                                           (c == ' ' || c == '\t' || c == '\n' ? Blank : 0) |
-                                          (c == '"' || c == '\'' ? Quote : 0) |
                                           (StopsText(c) ? TextStop : 0));
   }
   return kinds;
 }();
 
 bool Is(char c, unsigned int kinds) { return (Kinds[static_cast<unsigned char>(c)] & kinds) != 0; }
-
-/// Bytes of a text that are looked at together, without a branch between them.
-using Block = std::array<std::uint64_t, 8>;
-
-constexpr std::uint64_t InEachByte(unsigned char byte) { return 0x0101010101010101 * byte; }
-
-/// Whether all bytes are ASCII and none stops a text, nor is a blank other than a space.
-bool IsPlainBlock(const char* bytes) {
-  Block block;
-  std::memcpy(block.data(), bytes, sizeof block);
-  std::uint64_t stops = 0;
-  for (const std::uint64_t eight : block) {
-    // The highest bit of a byte comes out set where it was, or where the difference is negative.
-    const std::uint64_t ampersand = (eight ^ InEachByte('&')) - InEachByte(1);
-    const std::uint64_t bracket = ((eight | InEachByte(2)) ^ InEachByte('>')) - InEachByte(1);
-    stops |= eight | (eight - InEachByte(0x20)) | ampersand | bracket;
-  }
-  return (stops & InEachByte(0x80)) == 0;
-}
-static_assert(('<' | 2) == '>' && ('>' | 2) == '>');
 
 /// Goes through a text from its front to its end; each step is false when it meets anything that
 /// is not plain.
@@ -145,10 +125,10 @@ void Scanner::SkipText() {
     }
   }
   for (;;) {
-    while (static_cast<std::size_t>(m_End - m_At) >= sizeof(Block) && IsPlainBlock(m_At)) {
-      m_At += sizeof(Block);
+    while (static_cast<std::size_t>(m_End - m_At) >= BlockSize && IsPlainBlock(m_At)) {
+      m_At += BlockSize;
     }
-    for (std::size_t i = 0; i < sizeof(Block); ++i, ++m_At) {
+    for (std::size_t i = 0; i < BlockSize; ++i, ++m_At) {
       if (Is(*m_At, TextStop)) {
         return;
       }
@@ -184,6 +164,10 @@ bool Scanner::Text() {
         }
         ++m_At;
         break;
+      case '"':
+      case '\'':
+        ++m_At;
+        break;
       default:
         if (*m_At != '\xEF' || IsNoncharacter()) {
           return false;
@@ -199,9 +183,7 @@ bool Scanner::Value() {
     return false;
   }
   for (;;) {
-    while (!Is(*m_At, TextStop | Quote)) {
-      ++m_At;
-    }
+    SkipText();
     if (Take(quote)) {
       return true;
     }
@@ -209,7 +191,8 @@ bool Scanner::Value() {
       if (!Reference()) {
         return false;
       }
-    } else if (Is(*m_At, Quote) || *m_At == '>' || (*m_At == '\xEF' && !IsNoncharacter())) {
+    } else if (*m_At == '"' || *m_At == '\'' || *m_At == '>' ||
+               (*m_At == '\xEF' && !IsNoncharacter())) {
       ++m_At;
     } else {
       return false;
@@ -289,6 +272,23 @@ bool Scanner::Element() {
 }
 
 }  // namespace
+
+bool IsPlainBlock(const char* bytes) {
+  constexpr auto inEachByte = [](unsigned char byte) { return 0x0101010101010101 * byte; };
+  static_assert(('<' | 2) == '>' && ('&' | 1) == '\'');
+  std::array<std::uint64_t, BlockSize / 8> block;
+  std::memcpy(block.data(), bytes, BlockSize);
+  std::uint64_t stops = 0;
+  for (const std::uint64_t eight : block) {
+    // The highest bit of a byte comes out set where it was, or where the difference is negative.
+    const std::uint64_t bracket = (eight | inEachByte(2)) ^ inEachByte('>');
+    const std::uint64_t ampersand = (eight | inEachByte(1)) ^ inEachByte('\'');
+    const std::uint64_t quote = eight ^ inEachByte('"');
+    stops |= eight | (eight - inEachByte(0x20)) | (bracket - inEachByte(1)) |
+             (ampersand - inEachByte(1)) | (quote - inEachByte(1));
+  }
+  return (stops & inEachByte(0x80)) == 0;
+}
 
 bool IsPlainDocument(std::string_view text) { return Scanner(text).Document(); }
 
