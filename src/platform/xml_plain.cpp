@@ -274,7 +274,9 @@ bool Scanner::Element() {
 }  // namespace
 
 bool IsPlainBlock(const char* bytes) {
-  constexpr auto inEachByte = [](unsigned char byte) { return 0x0101010101010101 * byte; };
+  constexpr auto inEachByte = [](unsigned char byte) {
+    return std::uint64_t{0x0101010101010101} * byte;
+  };
   static_assert(('<' | 2) == '>' && ('&' | 1) == '\'');
   std::array<std::uint64_t, BlockSize / 8> block;
   std::memcpy(block.data(), bytes, BlockSize);

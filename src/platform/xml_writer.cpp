@@ -13,11 +13,13 @@
 namespace zam {
 namespace {
 
-/// What stands for a character in a text or an attribute; null where it stands for itself.
+/// What stands for a character in a text or an attribute; null where it stands for itself. The zero
+/// at the end of a text has an entry, too.
 using References = std::array<const char*, 256>;
 
 constexpr References TextReferences = [] {
   References references{};
+  references['\0'] = "";
   references['&'] = "&amp;";
   references['<'] = "&lt;";
   references['>'] = "&gt;";
@@ -57,7 +59,8 @@ private:
     m_Written = m_Written && m_Write({m_Block.get(), m_Size});
     m_Size = 0;
   }
-  void AppendEscaped(std::string_view text, const References& references);
+  void AppendEscaped(const char* text, const References& references);
+  void AppendLong(std::string_view text, const References& references);
   void AppendAttributes(pugi::xml_node node);
   void AppendDeclaration(pugi::xml_node declaration);
   /// What stands before the children of a node; all of it, when it has none.
@@ -69,10 +72,40 @@ private:
   std::unique_ptr<char[]> m_Block;
   std::size_t m_Size = 0;
   bool m_Written = true;
-  std::vector<std::string_view> m_Open;  ///< names of the open elements
+  struct Element {
+    pugi::xml_node m_Node;
+    std::string_view m_Name;
+  };
+  std::vector<Element> m_Open;
 };
 
-void Writer::AppendEscaped(std::string_view text, const References& references) {
+void Writer::AppendEscaped(const char* text, const References& references) {
+  for (;;) {
+    // Most texts are short: one pass finds their end and copies them.
+    constexpr std::size_t Short = 64;
+    if (Capacity - m_Size < Short) {
+      Flush();
+    }
+    char* const out = m_Block.get() + m_Size;
+    std::size_t size = 0;
+    for (; size < Short && references[static_cast<unsigned char>(text[size])] == nullptr; ++size) {
+      out[size] = text[size];
+    }
+    m_Size += size;
+    text += size;
+    if (size == Short) {
+      AppendLong(text, references);
+      return;
+    }
+    if (*text == '\0') {
+      return;
+    }
+    Append(references[static_cast<unsigned char>(*text)]);
+    ++text;
+  }
+}
+
+void Writer::AppendLong(std::string_view text, const References& references) {
   const char* run = text.data();
   const char* const end = run + text.size();
   for (const char* at = run; at != end;) {
@@ -122,7 +155,7 @@ void Writer::AppendStart(pugi::xml_node node, bool hasChildren) {
       AppendAttributes(node);
       Append(hasChildren ? ">" : "/>");
       if (hasChildren) {
-        m_Open.push_back(name);
+        m_Open.push_back({node, name});
       }
       break;
     }
@@ -165,11 +198,10 @@ bool Writer::Write(const pugi::xml_document& tree) {
     pugi::xml_node next = hasChildren ? child : node.next_sibling();
     while (StructureOf(next) == nullptr && !m_Open.empty()) {
       Append("</");
-      Append(m_Open.back());
+      Append(m_Open.back().m_Name);
       Append(">");
+      next = m_Open.back().m_Node.next_sibling();
       m_Open.pop_back();
-      node = node.parent();
-      next = node.next_sibling();
     }
     node = next;
   }
