@@ -212,11 +212,11 @@ void PrintRoads(const char* name, const SampleDocument& document, const Goals& g
   PrintRow(name, "begin + change + commit / (save + open)",
            medians[Edit] / (medians[Save] + medians[Open]), goals.m_Edit);
   std::printf(
-      "\n%s, milliseconds: open %.1f, original and back %.1f, save %.1f, step %.1f, "
-      "edit %.1f; libxml2 host: open %.1f, moves %.1f, save %.1f, list %.1f; bare open "
-      "%.1f\n\n",
-      name, 1e3 * medians[Open], 1e3 * medians[Move], 1e3 * medians[Save], 1e3 * medians[Step],
-      1e3 * medians[Edit], 1e3 * medians[TheirOpen], 1e3 * medians[TheirMove],
+      "\n%s, %.3f MB, milliseconds: open %.2f, original and back %.2f, save %.2f, step %.2f, "
+      "edit %.2f; libxml2 host: open %.2f, moves %.2f, save %.2f, list %.2f; bare open "
+      "%.2f\n\n",
+      name, 1e-6 * document.Size(), 1e3 * medians[Open], 1e3 * medians[Move], 1e3 * medians[Save],
+      1e3 * medians[Step], 1e3 * medians[Edit], 1e3 * medians[TheirOpen], 1e3 * medians[TheirMove],
       1e3 * medians[TheirSave], 1e3 * medians[TheirList], 1e3 * medians[Bare]);
 }
 

@@ -152,6 +152,15 @@ int ZAMXMLChangeItem::WriteValue(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* l
   });
 }
 
+int zam::Read(ZAMXMLChangeItem& item, ZAMXml& xml, const FieldCursor& element, int index,
+              ZAMLog* log) {
+  return RunCatching(xml, element, index, log, [&] {
+    ReadingFields fields(xml, element, log);
+    StoredFields(item, fields);
+    return 1;
+  });
+}
+
 bool zam::Holds(FieldCursor element, const ZAMXMLChangeItem& item) {
   ComparingFields fields(element);
   StoredFields(item, fields);

@@ -14,6 +14,17 @@ constexpr auto Fields = [](auto& modification, auto& fields) {
   fields.Text(u"UserName", modification.m_UserName);
 };
 
+void ReadFields(ZAMXMLModification& modification, ZAMXml& xml, const zam::FieldCursor& element,
+                ZAMLog* log) {
+  zam::ReadingFields fields(xml, element, log);
+  Fields(modification, fields);
+  const zam::FieldCursor changes = fields.Cursor().Below(u"Changes");
+  if (!changes) {
+    throw _com_error(E_POINTER);
+  }
+  zam::ReadEntries(modification.m_Changes, xml, changes, u"Item", log);
+}
+
 }  // namespace
 
 ZAMXMLModification::ZAMXMLModification() = default;
@@ -32,11 +43,15 @@ ZAMXMLChangeItem* ZAMXMLModification::GetChange(int index) const {
 
 int ZAMXMLModification::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    zam::ReadingFields fields(xml, element, log);
-    Fields(*this, fields);
-    IXMLDOMNodePtr changes = fields.Child(u"Changes");
-    zam::ReadEntries(m_Changes, xml, changes, u"Item", log);
-    changes.Release();
+    ReadFields(*this, xml, zam::FieldCursor(xml, element), log);
+    return 1;
+  });
+}
+
+int zam::Read(ZAMXMLModification& modification, ZAMXml& xml, const FieldCursor& element, int index,
+              ZAMLog* log) {
+  return RunCatching(xml, element, index, log, [&] {
+    ReadFields(modification, xml, element, log);
     return 1;
   });
 }

@@ -19,7 +19,7 @@ ZAMXMLModification* ZAMXMLModificationGroup::GetModification(int index) const {
 
 int ZAMXMLModificationGroup::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    zam::ReadEntries(m_ModificationList, xml, element, u"Modification", log);
+    zam::ReadEntries(m_ModificationList, xml, zam::FieldCursor(xml, element), u"Modification", log);
     return 1;
   });
 }
@@ -48,8 +48,7 @@ int zam::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& forme
         entries.Add(known[index]);
         known[index] = nullptr;
       } else {
-        IXMLDOMNodePtr handle = child.Handle(position);
-        ReadEntry(entries, xml, handle, log);
+        ReadEntry(entries, xml, child, position, log);
       }
     }
     return 1;

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "changes/rereading.h"
 #include "records/record.h"
 #include "zamxml/platform/array.h"
 
@@ -17,11 +18,12 @@ void DeleteEntries(ZAMArray<Entry*>& entries) noexcept {
   }
 }
 
-/// Appends the entry of an element if it can be read.
+/// Appends the entry of an element, the index-th of its name, if it can be read.
 template <class Entry>
-void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, IXMLDOMNodePtr& child, ZAMLog* log) {
+void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, const FieldCursor& child, int index,
+               ZAMLog* log) {
   auto entry = std::make_unique<Entry>();
-  if (entry->ReadFromXML(xml, child, log) != 0) {
+  if (Read(*entry, xml, child, index, log) != 0) {
     entries.Add(entry.get());
     entry.release();
   }
@@ -29,12 +31,11 @@ void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, IXMLDOMNodePtr& child, ZA
 
 /// Appends the entries that can be read.
 template <class Entry>
-void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, const IXMLDOMNodePtr& element,
-                 const FieldName& name, ZAMLog* log) {
-  FieldCursor child = FieldCursor(xml, element).Below(name);
-  for (int position = 0; child; child = child.Next(name), ++position) {
-    IXMLDOMNodePtr handle = child.Handle(position);
-    ReadEntry(entries, xml, handle, log);
+void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, FieldCursor element, const FieldName& name,
+                 ZAMLog* log) {
+  FieldCursor child = element.Below(name);
+  for (int index = 0; child; child = child.Next(name), ++index) {
+    ReadEntry(entries, xml, child, index, log);
   }
 }
 

@@ -3,8 +3,13 @@
 #include "platform/xml_fields.h"
 #include "zamxml/changes.h"
 
-/// Reading the list of modifications once more: what the tree still holds stays where it is.
+/// Reading the list of modifications. Once more: what the tree still holds stays where it is.
 namespace zam {
+
+/// Reads a record from its element, the index-th of its name, like its ReadFromXML.
+int Read(ZAMXMLChangeItem& item, ZAMXml& xml, const FieldCursor& element, int index, ZAMLog* log);
+int Read(ZAMXMLModification& modification, ZAMXml& xml, const FieldCursor& element, int index,
+         ZAMLog* log);
 
 /// Whether the element, read, would give the record again.
 bool Holds(FieldCursor element, const ZAMXMLChangeItem& item);

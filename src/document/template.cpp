@@ -7,7 +7,9 @@ int ZAMXMLFile::CopyXMLTemplate(HINSTANCE module, unsigned int identifier, const
   const auto resource =
       module != nullptr ? module->FindXmlResource(identifier) : std::optional<std::string_view>();
   std::string reason;
-  const auto written = zam::WriteFile(path.utf8(), resource.value_or(std::string_view()),
-                                      zam::Durability::Transient, reason);
+  const auto written = zam::WriteFile(
+      path.utf8(),
+      [&](const zam::WriteBlock& write) { return write(resource.value_or(std::string_view())); },
+      zam::Durability::Transient, reason);
   return written && resource ? 1 : 0;
 }

@@ -111,6 +111,14 @@ std::optional<FileIdentity> IdentifyFile(const std::string& path) noexcept {
   return IdentityOf(status);
 }
 
+FileBytes FileBytes::Copy(std::string_view bytes) {
+  FileBytes copy;
+  copy.m_Size = bytes.size();
+  copy.m_Bytes = std::make_unique_for_overwrite<char[]>(bytes.size() + 1);
+  *std::copy(bytes.begin(), bytes.end(), copy.m_Bytes.get()) = '\0';
+  return copy;
+}
+
 std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason) {
   if (!IsUsablePath(path, reason)) {
     return std::nullopt;

@@ -192,7 +192,7 @@ bool PutInPlace(const Names& names, const std::string& target, bool exists,
 }
 
 std::optional<FileIdentity> ReplaceFile(const std::string& target, const Names& names,
-                                        const Existing& existing, std::string_view bytes,
+                                        const Existing& existing, const WriteContent& content,
                                         Durability durability) {
   const bool durable = durability == Durability::Durable;
   const Descriptor folder(
@@ -203,7 +203,8 @@ std::optional<FileIdentity> ReplaceFile(const std::string& target, const Names& 
   Descriptor file(::open(names.m_New.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                          existing.m_Exists ? 0600 : 0666));
   struct stat status {};
-  if (!file.IsOpen() || !WriteAll(file.Number(), bytes) ||
+  if (!file.IsOpen() ||
+      !content([&](std::string_view bytes) { return WriteAll(file.Number(), bytes); }) ||
       (existing.m_Exists && !GiveAccess(file.Number(), existing.m_Access)) ||
       (durable && ::fsync(file.Number()) != 0) || ::fstat(file.Number(), &status) != 0 ||
       !file.Close()) {
@@ -218,7 +219,7 @@ std::optional<FileIdentity> ReplaceFile(const std::string& target, const Names& 
 
 }  // namespace
 
-std::optional<FileIdentity> WriteFile(const std::string& path, std::string_view bytes,
+std::optional<FileIdentity> WriteFile(const std::string& path, const WriteContent& content,
                                       Durability durability, std::string& reason) {
   if (!IsUsablePath(path, reason)) {
     return std::nullopt;
@@ -233,7 +234,7 @@ std::optional<FileIdentity> WriteFile(const std::string& path, std::string_view 
     return std::nullopt;
   }
   const WorkingNames working(*target);
-  const auto written = ReplaceFile(*target, working.m_Names, existing, bytes, durability);
+  const auto written = ReplaceFile(*target, working.m_Names, existing, content, durability);
   if (!written) {
     reason = LastReason();
   }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +34,7 @@ struct FileBytes {
   std::size_t m_Size = 0;
   FileIdentity m_Identity;  ///< of the file, before it was read
 
+  static FileBytes Copy(std::string_view bytes);
   std::string_view View() const noexcept { return {m_Bytes.get(), m_Size}; }
 };
 
@@ -51,13 +53,18 @@ enum class Durability {
   Durable,    ///< the bytes and the name are on the disk when the call returns
 };
 
-/// Replaces the file at the path by one with those bytes, or creates it, and tells which file that
+/// Takes the next bytes of a file; false when they cannot be written.
+using WriteBlock = std::function<bool(std::string_view)>;
+/// Writes a file block by block; false as soon as a block could not be written, or to give up.
+using WriteContent = std::function<bool(const WriteBlock&)>;
+
+/// Replaces the file at the path by one with that content, or creates it, and tells which file that
 /// is. At any moment the path names the old file or the whole new one. An existing file keeps its
 /// mode, access control list and other attributes and, where the system lets it, its owner; what
 /// cannot be kept narrows access. A symbolic link is followed to its target. On failure: nothing,
 /// the system's reason, and the old file as it was, or the one that another process has put there
 /// meanwhile. Removes what killed saves to that path have left beside it.
-std::optional<FileIdentity> WriteFile(const std::string& path, std::string_view bytes,
+std::optional<FileIdentity> WriteFile(const std::string& path, const WriteContent& content,
                                       Durability durability, std::string& reason);
 
 /// Clears up what killed saves to the target have left beside it.

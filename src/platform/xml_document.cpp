@@ -1,6 +1,5 @@
 #include "platform/xml_document.h"
 
-#include <cstring>
 #include <utility>
 
 #include "platform/xml_insertion.h"
@@ -20,16 +19,12 @@ bool HasElements(pugi::xml_node node) { return static_cast<bool>(ElementFrom(nod
 
 bool IsElement(pugi::xml_node node, std::string_view name) {
   // Most names differ at once, and each call into the parser's library counts here.
-  const char* const own = node.name();
-  return own[0] == name.front() && std::strncmp(own, name.data(), name.size()) == 0 &&
-         own[name.size()] == '\0' && node.type() == pugi::node_element;
+  return IsNamed(node.name(), name) && node.type() == pugi::node_element;
 }
 
 pugi::xml_node ElementFrom(pugi::xml_node node) {
-  pugi::xml_node_type type = node.type();
-  while (type != pugi::node_element && type != pugi::node_null) {
+  while (StructureOf(node) != nullptr && node.type() != pugi::node_element) {
     node = node.next_sibling();
-    type = node.type();
   }
   return node;
 }

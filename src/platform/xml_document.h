@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <bit>
+#include <memory>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -63,6 +66,8 @@ struct ZAMXmlDocument {
   /// space between them is formatting and does not count. The view is valid until the tree changes;
   /// a text of several pieces is put together in `joined`.
   static std::string_view Text(pugi::xml_node element, std::string& joined);
+  /// The bytes as a text. Short texts that repeat share one.
+  _bstr_t Shared(std::string_view bytes);
   /// Replaces the text; child elements, comments and formatting stay. A text that the element had
   /// when it was first replaced comes back in the pieces and places in which it stood then.
   void SetText(pugi::xml_node element, const std::string& text);
@@ -70,6 +75,7 @@ struct ZAMXmlDocument {
   /// Learns how a loaded document is indented.
   void LearnIndentation();
 
+  std::unique_ptr<char[]> m_Source;  ///< what names and texts of the tree may point into
   pugi::xml_document m_Tree;
   bool m_Lines = true;              ///< elements stand on lines of their own
   std::string m_IndentUnit = "\t";  ///< one level of indentation
@@ -118,6 +124,7 @@ private:
 
   std::unordered_map<pugi::xml_node_struct*, ZAMXmlNode*> m_Notes;
   Walk m_LastWalk;
+  std::array<_bstr_t, 256> m_LastTexts;  ///< short texts that were read, by a sum of their bytes
 };
 
 namespace zam {
@@ -137,6 +144,23 @@ pugi::xml_node ElementFrom(pugi::xml_node node);
 bool HasElements(pugi::xml_node node);
 /// The name is not empty.
 bool IsElement(pugi::xml_node node, std::string_view name);
+/// Compares the name of a node.
+inline bool IsNamed(const char* own, std::string_view name) noexcept {
+  std::size_t i = 0;
+  while (i < name.size() && own[i] == name[i]) {
+    ++i;
+  }
+  return i == name.size() && own[i] == '\0';
+}
+
+// pugixml's own ways from a node to the structure behind it, and back, are calls.
+static_assert(sizeof(pugi::xml_node) == sizeof(pugi::xml_node_struct*));
+inline pugi::xml_node_struct* StructureOf(pugi::xml_node node) noexcept {
+  return std::bit_cast<pugi::xml_node_struct*>(node);
+}
+inline pugi::xml_node NodeOf(pugi::xml_node_struct* structure) noexcept {
+  return std::bit_cast<pugi::xml_node>(structure);
+}
 
 /// White space that only formats: spaces, tabs and line feeds.
 bool IsFormatting(pugi::xml_node node);

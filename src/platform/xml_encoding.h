@@ -29,7 +29,10 @@ struct XmlText {
   XmlText(const XmlText&) = delete;
   XmlText& operator=(const XmlText&) = delete;
 
-  std::string m_Converted;
+  /// What follows the declaration.
+  std::string_view Content() const { return m_Text.substr(m_Declaration.m_Size); }
+
+  std::string m_Converted;  ///< empty where the bytes are in UTF-8 already
   std::string_view m_Text;
   XmlDeclaration m_Declaration;
 

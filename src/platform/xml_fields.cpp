@@ -11,38 +11,40 @@ FieldCursor::FieldCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept
 
 FieldCursor FieldCursor::Below(const FieldName& name) {
   return ZAMXml::Access{*m_Xml}.Allocating(
-      [&] { return FieldCursor(*m_Xml, Find(name).internal_object()); });
+      [&] { return FieldCursor(*m_Xml, StructureOf(Find(name))); });
 }
 
 FieldCursor FieldCursor::Next(const FieldName& name) const noexcept {
-  pugi::xml_node next = ElementFrom(pugi::xml_node(m_Element).next_sibling());
-  while (next && !IsElement(next, name.view())) {
+  pugi::xml_node next = ElementFrom(NodeOf(m_Element).next_sibling());
+  while (StructureOf(next) != nullptr && !IsNamed(next.name(), name.view())) {
     next = ElementFrom(next.next_sibling());
   }
-  return {*m_Xml, next.internal_object()};
+  return {*m_Xml, StructureOf(next)};
 }
 
 pugi::xml_node FieldCursor::Find(const FieldName& name) {
-  const pugi::xml_node parent(m_Element);
-  const pugi::xml_node last(m_Last);
-  if (last && IsElement(last, name.view())) {
-    return last;
+  if (m_Last != nullptr && IsNamed(m_LastName, name.view())) {
+    return NodeOf(m_Last);
   }
   if (m_InOrder) {
     const pugi::xml_node next = NextElement();
-    if (!next) {
+    if (StructureOf(next) == nullptr) {
       return next;
     }
-    if (IsElement(next, name.view())) {
-      m_Last = next.internal_object();
+    const char* const nextName = next.name();
+    if (IsNamed(nextName, name.view())) {
+      m_Last = StructureOf(next);
+      m_LastName = nextName;
       return next;
     }
   }
+  const pugi::xml_node parent = NodeOf(m_Element);
   const pugi::xml_node found =
-      parent ? m_Xml->m_Document->Child(parent, name.view(), 0) : pugi::xml_node();
-  if (found) {
+      m_Element != nullptr ? m_Xml->m_Document->Child(parent, name.view(), 0) : parent;
+  if (StructureOf(found) != nullptr) {
     m_InOrder = false;
-    m_Last = found.internal_object();
+    m_Last = StructureOf(found);
+    m_LastName = found.name();
   }
   return found;
 }
@@ -54,7 +56,8 @@ pugi::xml_node FieldCursor::FindOrAdd(const FieldName& name) {
     const bool behindLast = HasSeenAll();
     child = m_Xml->m_Document->AddElement(parent, name.view());
     m_InOrder = behindLast;
-    m_Last = child.internal_object();
+    m_Last = StructureOf(child);
+    m_LastName = child.name();
   }
   if (!child) {
     const std::u16string text(name.view().begin(), name.view().end());
@@ -70,28 +73,39 @@ IXMLDOMNodePtr FieldCursor::Handle(int index) const {
       [&] { return m_Xml->m_Document->Handle(pugi::xml_node(m_Element), index); });
 }
 
+IXMLDOMNodePtr FieldCursor::TryHandle(int index) const noexcept {
+  try {
+    return Handle(index);
+  } catch (const _com_error&) {
+    return {};
+  }
+}
+
 pugi::xml_node FieldCursor::NextElement() const noexcept {
-  return ElementFrom(m_Last != nullptr ? pugi::xml_node(m_Last).next_sibling()
-                                       : pugi::xml_node(m_Element).first_child());
+  return ElementFrom(m_Last != nullptr ? NodeOf(m_Last).next_sibling()
+                                       : NodeOf(m_Element).first_child());
 }
 
 bool FieldCursor::IsNext(const FieldName& name) const noexcept {
-  return IsElement(NextElement(), name.view());
+  return IsNamed(NextElement().name(), name.view());
 }
 
 bool FieldCursor::HasSeenAll() const noexcept { return m_InOrder && !NextElement(); }
 
 void FieldCursor::ReadText(const FieldName& name, _bstr_t& text) {
-  const ZAMXml::Access access{*m_Xml};
-  access.Allocating([&] { return access.GetText(Find(name), text); });
+  ZAMXml::Access{*m_Xml}.Allocating([&] {
+    std::string joined;
+    const std::string_view bytes = ZAMXmlDocument::Text(Find(name), joined);
+    if (!text || !IsSame(text.view(), bytes)) {
+      text = m_Xml->m_Document->Shared(bytes);
+    }
+  });
 }
 
 bool FieldCursor::Holds(const FieldName& name, ZAMTextView text) {
   return ZAMXml::Access{*m_Xml}.Allocating([&] {
-    const pugi::xml_node child = Find(name);
     std::string joined;
-    return !text.IsNull() &&
-           IsSame(text.view(), child ? ZAMXmlDocument::Text(child, joined) : std::string_view());
+    return !text.IsNull() && IsSame(text.view(), ZAMXmlDocument::Text(Find(name), joined));
   });
 }
 

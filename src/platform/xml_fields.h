@@ -50,6 +50,8 @@ public:
   explicit operator bool() const noexcept { return m_Element != nullptr; }
   /// The handle to the element, which is the index-th of its name.
   IXMLDOMNodePtr Handle(int index) const;
+  /// Null where there is no memory for it.
+  IXMLDOMNodePtr TryHandle(int index) const noexcept;
 
   /// Whether the child element behind those that were asked for has that name.
   bool IsNext(const FieldName& name) const noexcept;
@@ -82,7 +84,8 @@ private:
 
   ZAMXml* m_Xml;
   pugi::xml_node_struct* m_Element;
-  pugi::xml_node_struct* m_Last = nullptr;  ///< the child that was found last
+  pugi::xml_node_struct* m_Last = nullptr;  ///< the child that was found last,
+  const char* m_LastName = nullptr;         ///< and its name in the tree
   bool m_InOrder = true;  ///< every child element up to the last was found under a name of its own
 };
 

@@ -12,9 +12,11 @@
 
 #include "platform/xml_document.h"
 #include "platform/xml_encoding.h"
+#include "platform/xml_plain.h"
 
-/// libxml2 decides whether a text is a document, and its events make the nodes of the tree. It gets
-/// UTF-8 only: its own converter, short of memory, cuts a text and calls it well-formed.
+/// Plain documents are read by pugixml. Of any other text libxml2 decides whether it is a document,
+/// and its events make the nodes of the tree. It gets UTF-8 only: its own converter, short of
+/// memory, cuts a text and calls it well-formed.
 
 namespace zam {
 namespace {
@@ -85,6 +87,16 @@ void PrepareParser() {
 void Require(bool made) {
   if (!made) {
     throw std::bad_alloc();
+  }
+}
+
+/// Adds the declaration in front of all other nodes.
+void AddDeclaration(pugi::xml_node tree, const XmlDeclaration& declaration) {
+  pugi::xml_node node = tree.prepend_child(pugi::node_declaration);
+  Require(node.append_attribute("version").set_value("1.0"));
+  if (!declaration.m_Standalone.empty()) {
+    Require(node.append_attribute("standalone")
+                .set_value(declaration.m_Standalone.data(), declaration.m_Standalone.size()));
   }
 }
 
@@ -215,13 +227,14 @@ class Reader {
 public:
   explicit Reader(const XmlText& text)
       : m_Text(text.m_Text),
+        m_Declaration(text.m_Declaration),
         m_Outside(text.m_Declaration.m_Size),
         m_Document(std::make_unique<ZAMXmlDocument>()),
         m_Repeated(m_Document->m_Tree),
         m_Parent(m_Document->m_Tree) {}
 
   /// Throws a Refusal, or std::bad_alloc.
-  std::unique_ptr<ZAMXmlDocument> Read(const XmlDeclaration& declaration);
+  std::unique_ptr<ZAMXmlDocument> Read();
 
 private:
   void MakeContext();
@@ -246,7 +259,6 @@ private:
     AddMarkup(pugi::node_pi, target, data);
   }
 
-  void AddDeclaration(const XmlDeclaration& declaration);
   void AddMarkup(pugi::xml_node_type type, const xmlChar* name, const xmlChar* value);
   /// Adds the last child of the open element, with the text that stands before it.
   pugi::xml_node Add(pugi::xml_node_type type);
@@ -262,6 +274,7 @@ private:
   static void Take(void* data, Arguments... arguments) noexcept;
 
   std::string_view m_Text;
+  const XmlDeclaration& m_Declaration;
   std::size_t m_Outside;  ///< how far the text outside the root element is in the tree
   std::unique_ptr<ZAMXmlDocument> m_Document;
   Repeated m_Repeated;
@@ -367,15 +380,6 @@ void Reader::AddMarkup(pugi::xml_node_type type, const xmlChar* name, const xmlC
   }
 }
 
-void Reader::AddDeclaration(const XmlDeclaration& declaration) {
-  pugi::xml_node node = Add(pugi::node_declaration);
-  Require(node.append_attribute("version").set_value("1.0"));
-  if (!declaration.m_Standalone.empty()) {
-    Require(node.append_attribute("standalone")
-                .set_value(declaration.m_Standalone.data(), declaration.m_Standalone.size()));
-  }
-}
-
 pugi::xml_node Reader::Add(pugi::xml_node_type type) {
   AddPending();
   const pugi::xml_node node = m_Parent.append_child(type);
@@ -439,13 +443,13 @@ void Reader::MakeContext() {
   }
 }
 
-std::unique_ptr<ZAMXmlDocument> Reader::Read(const XmlDeclaration& declaration) {
+std::unique_ptr<ZAMXmlDocument> Reader::Read() {
   const std::size_t crowded = FindCrowdedTag(m_Text);
   if (crowded != m_Text.npos) {
     Refuse(crowded, "an element has more than 1000 attributes");
   }
-  if (declaration.m_Size > 0) {
-    AddDeclaration(declaration);
+  if (m_Declaration.m_Size > 0) {
+    AddDeclaration(m_Document->m_Tree, m_Declaration);
   }
   const ErrorHandler handler(&Reader::OnError, this);
   MakeContext();
@@ -461,15 +465,38 @@ std::unique_ptr<ZAMXmlDocument> Reader::Read(const XmlDeclaration& declaration) 
   return std::move(m_Document);
 }
 
+/// Makes a document of a plain text. The tree keeps the bytes and points into them.
+std::unique_ptr<ZAMXmlDocument> ReadPlain(const XmlText& text, FileBytes bytes) {
+  auto document = std::make_unique<ZAMXmlDocument>();
+  const std::string_view content = text.Content();
+  document->m_Source = std::move(bytes.m_Bytes);
+  const auto start = static_cast<std::size_t>(content.data() - document->m_Source.get());
+  // The zero behind the text counts too: otherwise the last byte would.
+  const auto result = document->m_Tree.load_buffer_inplace(
+      document->m_Source.get() + start, content.size() + 1,
+      pugi::parse_cdata | pugi::parse_comments | pugi::parse_escapes | pugi::parse_fragment |
+          pugi::parse_wconv_attribute | pugi::parse_ws_pcdata,
+      pugi::encoding_utf8);
+  Require(result.status != pugi::status_out_of_memory);
+  if (!result) {
+    throw Refusal(text.m_Text, 0, "this is no well-formed XML");
+  }
+  if (text.m_Declaration.m_Size > 0) {
+    AddDeclaration(document->m_Tree, text.m_Declaration);
+  }
+  return document;
+}
+
 }  // namespace
 
-std::unique_ptr<ZAMXmlDocument> ReadDocument(std::string_view bytes, std::string& reason) {
+std::unique_ptr<ZAMXmlDocument> ReadDocument(FileBytes bytes, std::string& reason) {
   try {
-    const XmlText text(bytes);
+    const XmlText text(bytes.View());
     if (text.m_Text.size() > MaximumSize) {
       throw Refusal(text.m_Text, 0, "the document is longer than 2147483647 bytes");
     }
-    auto document = Reader(text).Read(text.m_Declaration);
+    const bool plain = text.m_Converted.empty() && IsPlainDocument(text.Content());
+    auto document = plain ? ReadPlain(text, std::move(bytes)) : Reader(text).Read();
     document->LearnIndentation();
     return document;
   } catch (const Refusal& refusal) {

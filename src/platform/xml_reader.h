@@ -2,7 +2,8 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
+
+#include "platform/system.h"
 
 struct ZAMXmlDocument;
 
@@ -11,9 +12,9 @@ namespace zam {
 /// Longer documents are not read: the parser counts in int.
 inline constexpr std::size_t MaximumSize = 0x7FFFFFFF;
 
-/// Makes a document of the bytes of a file, behind which a zero has to stand. Null, with line,
-/// column and reason, when they are no well-formed XML 1.0 in an encoding that is known, declare a
-/// document type, or exceed one of the bounds.
-std::unique_ptr<ZAMXmlDocument> ReadDocument(std::string_view bytes, std::string& reason);
+/// Makes a document of the bytes of a file. Null, with line, column and reason, when they are no
+/// well-formed XML 1.0 in an encoding that is known, declare a document type, or exceed one of the
+/// bounds.
+std::unique_ptr<ZAMXmlDocument> ReadDocument(FileBytes bytes, std::string& reason);
 
 }  // namespace zam

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "platform/utf.h"
 #include "platform/xml_document.h"
 #include "platform/xml_insertion.h"
 #include "zamxml/platform/error.h"
@@ -61,8 +62,11 @@ pugi::xml_node_type zam::TextTypeOf(std::string_view text) {
 
 std::string_view ZAMXmlDocument::Text(pugi::xml_node element, std::string& joined) {
   const pugi::xml_node first = element.first_child();
-  const pugi::xml_node_type type = first.type();
-  if (type == pugi::node_null || !first.next_sibling()) {
+  if (zam::StructureOf(first) == nullptr) {
+    return {};
+  }
+  if (zam::StructureOf(first.next_sibling()) == nullptr) {
+    const pugi::xml_node_type type = first.type();
     return type == pugi::node_pcdata || type == pugi::node_cdata ? first.value() : "";
   }
   const bool elements = zam::HasElements(element);
@@ -73,6 +77,21 @@ std::string_view ZAMXmlDocument::Text(pugi::xml_node element, std::string& joine
     }
   }
   return joined;
+}
+
+_bstr_t ZAMXmlDocument::Shared(std::string_view bytes) {
+  constexpr std::size_t Longest = 32;
+  if (bytes.empty() || bytes.size() > Longest) {
+    return _bstr_t::FromUtf8(bytes);
+  }
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+  const std::size_t sum = bytes.size() * 11 + byte(0) * 7U + byte(bytes.size() / 2) * 31U +
+                          byte(bytes.size() - 1) * 127U;
+  _bstr_t& last = m_LastTexts[sum % m_LastTexts.size()];
+  if (!last || !zam::IsSame(last.view(), bytes)) {
+    last = _bstr_t::FromUtf8(bytes);
+  }
+  return last;
 }
 
 void ZAMXmlDocument::SetText(pugi::xml_node element, const std::string& text) {

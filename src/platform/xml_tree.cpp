@@ -70,7 +70,7 @@ int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
       return Fail(zam::CodeNotRead, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
     auto file = std::make_shared<zam::FileIdentity>(bytes->m_Identity);
-    auto document = zam::ReadDocument(bytes->View(), reason);
+    auto document = zam::ReadDocument(std::move(*bytes), reason);
     if (!document) {
       return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
@@ -87,17 +87,23 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
     if (!m_Document || !m_Document->Root()) {
       return Fail(zam::CodeNotWritten, path + u": there is no document to save", log);
     }
-    const std::string bytes = zam::WriteDocument(m_Document->m_Tree);
-    if (bytes.size() > zam::MaximumSize) {
-      return Fail(zam::CodeNotWritten, path + u": the document is too long to be read again", log);
-    }
+    std::size_t size = 0;
+    const auto content = [&](const zam::WriteBlock& write) {
+      return zam::WriteDocument(m_Document->m_Tree, [&](std::string_view block) {
+        size += block.size();
+        return size <= zam::MaximumSize && write(block);
+      });
+    };
     auto file = std::make_shared<zam::FileIdentity>();
     if (const auto written = zam::WriteFile(
-            path.utf8(), bytes,
+            path.utf8(), content,
             m_nDurable != 0 ? zam::Durability::Durable : zam::Durability::Transient, reason)) {
       *file = *written;
       NoteFile(std::move(file));
       return 1;
+    }
+    if (size > zam::MaximumSize) {
+      reason = "the document is too long to be read again";
     }
     return Fail(zam::CodeNotWritten, path + u": " + _bstr_t::FromUtf8(reason), log);
   } catch (const std::exception&) {
@@ -132,10 +138,14 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
   }
   try {
     std::string reason;
-    const std::string bytes = zam::WriteDocument(source.m_Document->m_Tree);
+    std::string bytes;
+    zam::WriteDocument(source.m_Document->m_Tree, [&bytes](std::string_view block) {
+      bytes += block;
+      return true;
+    });
     auto copy = std::make_unique<ZAMXmlDocument>();
     if (source.m_Document->Root()) {
-      copy = zam::ReadDocument(bytes, reason);
+      copy = zam::ReadDocument(zam::FileBytes::Copy(bytes), reason);
     } else {
       copy->MakeEmpty();
     }

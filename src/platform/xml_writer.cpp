@@ -1,16 +1,25 @@
 #include "platform/xml_writer.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
+#include <memory>
 #include <string_view>
+#include <vector>
+
+#include "platform/xml_document.h"
+#include "platform/xml_plain.h"
 
 namespace zam {
 namespace {
 
-/// What stands for a character in a text or an attribute; null where it stands for itself.
+/// What stands for a character in a text or an attribute; null where it stands for itself. The zero
+/// at the end of a text has an entry, too.
 using References = std::array<const char*, 256>;
 
 constexpr References TextReferences = [] {
   References references{};
+  references['\0'] = "";
   references['&'] = "&amp;";
   references['<'] = "&lt;";
   references['>'] = "&gt;";
@@ -26,87 +35,184 @@ constexpr References AttributeReferences = [] {
   return references;
 }();
 
-void AppendEscaped(std::string& out, std::string_view text, const References& references) {
+/// Gathers the bytes of a document in blocks.
+class Writer {
+public:
+  explicit Writer(const WriteBlock& write)
+      : m_Write(write), m_Block(std::make_unique_for_overwrite<char[]>(Capacity)) {}
+
+  bool Write(const pugi::xml_document& tree);
+
+private:
+  void Append(std::string_view bytes) {
+    if (bytes.size() > Capacity - m_Size) {
+      Flush();
+    }
+    if (bytes.size() > Capacity) {
+      m_Written = m_Written && m_Write(bytes);
+      return;
+    }
+    std::memcpy(m_Block.get() + m_Size, bytes.data(), bytes.size());
+    m_Size += bytes.size();
+  }
+  void Flush() {
+    m_Written = m_Written && m_Write({m_Block.get(), m_Size});
+    m_Size = 0;
+  }
+  void AppendEscaped(const char* text, const References& references);
+  void AppendLong(std::string_view text, const References& references);
+  void AppendAttributes(pugi::xml_node node);
+  void AppendDeclaration(pugi::xml_node declaration);
+  /// What stands before the children of a node; all of it, when it has none.
+  void AppendStart(pugi::xml_node node, bool hasChildren);
+
+  static constexpr std::size_t Capacity = 1 << 18;
+
+  const WriteBlock& m_Write;
+  std::unique_ptr<char[]> m_Block;
+  std::size_t m_Size = 0;
+  bool m_Written = true;
+  struct Element {
+    pugi::xml_node m_Node;
+    std::string_view m_Name;
+  };
+  std::vector<Element> m_Open;
+};
+
+void Writer::AppendEscaped(const char* text, const References& references) {
+  for (;;) {
+    // Most texts are short: one pass finds their end and copies them.
+    constexpr std::size_t Short = 64;
+    if (Capacity - m_Size < Short) {
+      Flush();
+    }
+    char* const out = m_Block.get() + m_Size;
+    std::size_t size = 0;
+    for (; size < Short && references[static_cast<unsigned char>(text[size])] == nullptr; ++size) {
+      out[size] = text[size];
+    }
+    m_Size += size;
+    text += size;
+    if (size == Short) {
+      AppendLong(text, references);
+      return;
+    }
+    if (*text == '\0') {
+      return;
+    }
+    Append(references[static_cast<unsigned char>(*text)]);
+    ++text;
+  }
+}
+
+void Writer::AppendLong(std::string_view text, const References& references) {
   const char* run = text.data();
   const char* const end = run + text.size();
-  for (const char* at = run; at != end; ++at) {
-    if (const char* const reference = references[static_cast<unsigned char>(*at)]) {
-      out.append(run, at).append(reference);
-      run = at + 1;
+  for (const char* at = run; at != end;) {
+    if (static_cast<std::size_t>(end - at) >= BlockSize && IsPlainBlock(at)) {
+      at += BlockSize;
+      continue;
+    }
+    const char* const next = at + std::min<std::ptrdiff_t>(end - at, BlockSize);
+    for (; at != next; ++at) {
+      if (const char* const reference = references[static_cast<unsigned char>(*at)]) {
+        Append({run, at});
+        Append(reference);
+        run = at + 1;
+      }
     }
   }
-  out.append(run, end);
+  Append({run, end});
 }
 
-void AppendAttributes(std::string& out, pugi::xml_node node) {
+void Writer::AppendAttributes(pugi::xml_node node) {
   for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
        attribute = attribute.next_attribute()) {
-    out.append(1, ' ').append(attribute.name()).append("=\"");
-    AppendEscaped(out, attribute.value(), AttributeReferences);
-    out += '"';
+    Append(" ");
+    Append(attribute.name());
+    Append("=\"");
+    AppendEscaped(attribute.value(), AttributeReferences);
+    Append("\"");
   }
 }
 
-void AppendDeclaration(std::string& out, pugi::xml_node declaration) {
-  out += "<?xml version=\"1.0\" encoding=\"UTF-8\"";
+void Writer::AppendDeclaration(pugi::xml_node declaration) {
+  Append("<?xml version=\"1.0\" encoding=\"UTF-8\"");
   if (const pugi::xml_attribute standalone = declaration.attribute("standalone")) {
-    out.append(" standalone=\"").append(standalone.value()).append("\"");
+    Append(" standalone=\"");
+    Append(standalone.value());
+    Append("\"");
   }
-  out += "?>";
+  Append("?>");
 }
 
-/// What stands before the children of a node; all of it, when it has none.
-void AppendStart(std::string& out, pugi::xml_node node) {
+void Writer::AppendStart(pugi::xml_node node, bool hasChildren) {
   switch (node.type()) {
-    case pugi::node_element:
-      out.append("<").append(node.name());
-      AppendAttributes(out, node);
-      out += node.first_child() ? ">" : "/>";
+    case pugi::node_element: {
+      const std::string_view name = node.name();
+      Append("<");
+      Append(name);
+      AppendAttributes(node);
+      Append(hasChildren ? ">" : "/>");
+      if (hasChildren) {
+        m_Open.push_back({node, name});
+      }
       break;
+    }
     case pugi::node_pcdata:
-      AppendEscaped(out, node.value(), TextReferences);
+      AppendEscaped(node.value(), TextReferences);
       break;
     case pugi::node_cdata:
-      out.append("<![CDATA[").append(node.value()).append("]]>");
+      Append("<![CDATA[");
+      Append(node.value());
+      Append("]]>");
       break;
     case pugi::node_comment:
-      out.append("<!--").append(node.value()).append("-->");
+      Append("<!--");
+      Append(node.value());
+      Append("-->");
       break;
     case pugi::node_pi:
-      out.append("<?").append(node.name());
+      Append("<?");
+      Append(node.name());
       if (*node.value() != '\0') {
-        out.append(" ").append(node.value());
+        Append(" ");
+        Append(node.value());
       }
-      out += "?>";
+      Append("?>");
       break;
     case pugi::node_declaration:
-      AppendDeclaration(out, node);
+      AppendDeclaration(node);
       break;
     default:
       break;
   }
 }
 
+bool Writer::Write(const pugi::xml_document& tree) {
+  pugi::xml_node node = tree.first_child();
+  while (StructureOf(node) != nullptr && m_Written) {
+    const pugi::xml_node child = node.first_child();
+    const bool hasChildren = StructureOf(child) != nullptr;
+    AppendStart(node, hasChildren);
+    pugi::xml_node next = hasChildren ? child : node.next_sibling();
+    while (StructureOf(next) == nullptr && !m_Open.empty()) {
+      Append("</");
+      Append(m_Open.back().m_Name);
+      Append(">");
+      next = m_Open.back().m_Node.next_sibling();
+      m_Open.pop_back();
+    }
+    node = next;
+  }
+  Flush();
+  return m_Written;
+}
+
 }  // namespace
 
-std::string WriteDocument(const pugi::xml_document& tree) {
-  std::string out;
-  pugi::xml_node node = tree.first_child();
-  while (node) {
-    AppendStart(out, node);
-    if (node.first_child()) {
-      node = node.first_child();
-      continue;
-    }
-    while (node != tree && !node.next_sibling()) {
-      node = node.parent();
-      if (node.type() == pugi::node_element) {
-        out.append("</").append(node.name()).append(">");
-      }
-    }
-    node = node.next_sibling();
-  }
-  return out;
+bool WriteDocument(const pugi::xml_document& tree, const WriteBlock& write) {
+  return Writer(write).Write(tree);
 }
 
 }  // namespace zam

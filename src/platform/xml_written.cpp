@@ -20,8 +20,8 @@ bool WrittenCursor::IsBeforeChild(pugi::xml_node node) const noexcept {
 }
 
 bool WrittenCursor::Next(const FieldName& name) noexcept {
-  pugi::xml_node next = m_Child != nullptr ? pugi::xml_node(m_Child).next_sibling()
-                                           : pugi::xml_node(m_Parent).first_child();
+  pugi::xml_node next =
+      m_Child != nullptr ? NodeOf(m_Child).next_sibling() : NodeOf(m_Parent).first_child();
   if (m_Formats) {
     if (!IsBeforeChild(next)) {
       return false;
@@ -31,14 +31,15 @@ bool WrittenCursor::Next(const FieldName& name) noexcept {
   if (!IsElement(next, name.view()) || next.first_attribute()) {
     return false;
   }
-  m_Child = next.internal_object();
+  m_Child = StructureOf(next);
   return true;
 }
 
 bool WrittenCursor::Holds(ZAMTextView text) const noexcept {
-  const pugi::xml_node piece = pugi::xml_node(m_Child).first_child();
-  if (!piece || text.length() == 0) {
-    return !piece && text.length() == 0;
+  const pugi::xml_node piece = NodeOf(m_Child).first_child();
+  const bool empty = StructureOf(piece) == nullptr;
+  if (empty || text.length() == 0) {
+    return empty && text.length() == 0;
   }
   const std::string_view value = piece.value();
   return piece.type() == TextTypeOf(value) && !piece.next_sibling() && IsSame(text.view(), value);

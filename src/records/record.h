@@ -72,6 +72,19 @@ int RunCatching(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log, Body bo
   }
 }
 
+/// The same for an element at a cursor, the index-th of its name. The handle, by which the element
+/// is told, is made only then.
+template <class Body>
+int RunCatching(ZAMXml& xml, const FieldCursor& element, int index, ZAMLog* log,
+                Body body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    ReportCaught(xml, element.TryHandle(index), log);
+    return 0;
+  }
+}
+
 /// The same behind the guard: 0 at once, with nothing logged or changed, when the tree holds no
 /// document or there is no element of it.
 template <class Body>
@@ -115,7 +128,9 @@ public:
 class ReadingFields {
 public:
   ReadingFields(ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log)
-      : m_Xml(xml), m_Cursor(xml, element), m_Log(log) {}
+      : ReadingFields(xml, FieldCursor(xml, element), log) {}
+  ReadingFields(ZAMXml& xml, const FieldCursor& element, ZAMLog* log)
+      : m_Xml(xml), m_Cursor(element), m_Log(log) {}
 
   void Text(const FieldName& name, _bstr_t& value) { m_Cursor.ReadText(name, value); }
   void Attribute(const FieldName& child, const FieldName& attribute, _bstr_t& value) {
