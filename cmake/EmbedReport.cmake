@@ -17,7 +17,7 @@ function(zamxml_embed_report target)
   set_source_files_properties(${output} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
 endfunction()
 
-# The Base64 of what hexadecimal digits stand for.
+# The Base64 of the bytes that hexadecimal digits give.
 function(to_base64 hex result)
   set(letters ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/)
   set(text)

@@ -150,7 +150,7 @@ document.addEventListener("click", (event) => {
 
 // The table of changes
 
-// The rows that are seen stand in the list, all others in the rest, which only a printer sees.
+// The list has the rows that are seen, the rest all others, which only a printer sees.
 const list = byId("list");
 const rest = byId("rest");
 const entries = [...list.rows, ...rest.rows].map((row, index) => {
@@ -444,7 +444,7 @@ const figures = all(".waves").map((element) => new Figure(element));
 
 // Print
 
-// Whose page it is stands in the margin of each. Every character is written by its number.
+// The margin of each tells whose page it is. Every character is written by its number.
 const sheet = document.styleSheets[0];
 const ownRules = sheet.cssRules.length;
 const beginPrint = () => {

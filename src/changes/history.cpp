@@ -13,7 +13,7 @@ namespace {
 using ChangeValue = _bstr_t ZAMXMLChangeItem::*;
 
 /// Writes the old or the new value of every change into the tree, with the outcome of writing them
-/// one by one. Where a place stands alone and holds a value already, the next one waits: only the
+/// one by one. Where a place is alone and holds a value already, the next one waits: only the
 /// last of them is written. The records of a whole value are made once for all of them.
 class ValueWriter {
 public:

@@ -32,7 +32,7 @@ public:
   std::size_t Add(const ZAMXMLChangeItem& item);
   std::size_t GetCount() const noexcept { return m_Places.size(); }
 
-  /// Tells for each place whether it is met more than twice and stands alone: no write to another
+  /// Tells for each place whether it is met more than twice and is alone: no write to another
   /// place changes what is there, or which element its path leads to.
   std::vector<bool> FindAlone() const;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Where the parts of a document stand.
+/// The paths of the parts of a document.
 namespace zam {
 
 inline constexpr const char16_t* RootPath = u"KESTRANE_ZAM";

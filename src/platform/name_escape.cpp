@@ -16,7 +16,7 @@ struct Range {
   bool m_MayBegin;  ///< also the first character of a name
 };
 
-/// The characters beyond ASCII that may stand in a name, in order.
+/// The characters beyond ASCII that a name may have, in order.
 constexpr Range NameRanges[] = {
     {0xB7, 0xB7, false},    {0xC0, 0xD6, true},     {0xD8, 0xF6, true},
     {0xF8, 0x2FF, true},    {0x300, 0x36F, false},  {0x370, 0x37D, true},

@@ -105,7 +105,7 @@ public:
   explicit WorkingNames(const std::string& target) : m_Names(TakeStem(target, m_Lock)) {}
   WorkingNames(const WorkingNames&) = delete;
   WorkingNames& operator=(const WorkingNames&) = delete;
-  /// Removes what stands under the names.
+  /// Removes the files of these names.
   ~WorkingNames() { m_Names.Remove(); }
 
   LockFile m_Lock;

@@ -44,7 +44,7 @@ std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason);
 enum class Conversion { Done, BadBytes, UnknownEncoding };
 
 /// Appends bytes in a named encoding, as UTF-8, to the text. Bytes that are none in that encoding,
-/// or a character that is cut off at the end, give BadBytes: the text then holds what stands before
+/// or a character that is cut off at the end, give BadBytes: the text then holds what precedes
 /// them.
 Conversion AppendConverted(std::string& text, std::string_view bytes, const std::string& encoding);
 
@@ -101,9 +101,9 @@ std::tm LocalTime();
 
 class WorkingNames;
 
-/// Keeps the file that stands at a path, under a second name beside it, while a host puts another
+/// Keeps the file at a path, under a second name beside it, while a host puts another
 /// one there for a moment. When the process is killed meanwhile, the next one that reads or writes
-/// the file puts it back. Nothing is kept where no file stands or the file system has no hard
+/// the file puts it back. Nothing is kept where there is no file or the file system has no hard
 /// links.
 class KeptFile {
 public:
@@ -134,7 +134,7 @@ private:
   bool m_IsNew = false;  ///< there was no file: what the host puts there goes again
 };
 
-/// A file that one holder at a time has locked. It stands while it is held; one that a killed
+/// A file that one holder at a time has locked. It is there while it is held; one that a killed
 /// process has left is nobody's.
 class LockFile {
 public:

@@ -27,11 +27,11 @@ bool IsSame(std::u16string_view units, std::string_view bytes) noexcept;
 /// True when every byte is ASCII.
 bool IsAscii(std::string_view bytes) noexcept;
 
-/// Where the first byte stands that is no part of valid UTF-8, or is zero; npos when there is none.
+/// The position of the first byte that is zero or not valid UTF-8; npos if there is none.
 std::size_t FindInvalidUtf8(std::string_view bytes);
 
-/// Appends bytes of a UTF-16 file, as UTF-8, to the text. False when a surrogate stands alone or
-/// half a unit is left over: the text then holds what stands before it.
+/// Appends bytes of a UTF-16 file, as UTF-8, to the text. False for a lone surrogate or if
+/// half a unit is left over: the text then holds what precedes it.
 bool AppendUtf16(std::string& text, std::string_view bytes, bool bigEndian);
 
 /// Appends bytes of an ISO-8859-1 file, as UTF-8, to the text.

@@ -46,10 +46,10 @@ struct ZAMXmlDocument {
   void AddRoot(std::string_view name);
 
   /// Adds an element as the last child of a parent, with the indentation that the document has
-  /// there. A null node when it would stand too deep.
+  /// there. A null node if it would be too deep.
   pugi::xml_node AddElement(pugi::xml_node parent, std::string_view name);
   /// Adds the last step of a path, after the steps that are missing. A null node when it would
-  /// stand too deep.
+  /// be too deep.
   pugi::xml_node Add(pugi::xml_node parent, const zam::Path& path);
 
   /// Remove child elements with the white space that indented them: all at the path; or one; or all
@@ -69,7 +69,7 @@ struct ZAMXmlDocument {
   /// The bytes as a text. Short texts that repeat share one.
   _bstr_t Shared(std::string_view bytes);
   /// Replaces the text; child elements, comments and formatting stay. A text that the element had
-  /// when it was first replaced comes back in the pieces and places in which it stood then.
+  /// when it was first replaced comes back in the same pieces and places.
   void SetText(pugi::xml_node element, const std::string& text);
 
   /// Learns how a loaded document is indented.
@@ -77,7 +77,7 @@ struct ZAMXmlDocument {
 
   std::unique_ptr<char[]> m_Source;  ///< what names and texts of the tree may point into
   pugi::xml_document m_Tree;
-  bool m_Lines = true;              ///< elements stand on lines of their own
+  bool m_Lines = true;              ///< elements are on lines of their own
   std::string m_IndentUnit = "\t";  ///< one level of indentation
 
 private:
@@ -119,7 +119,7 @@ private:
   void Forget(pugi::xml_node element) noexcept;
 
   void RememberText(pugi::xml_node element, bool elements);
-  /// Whether the pieces can stand among the element's other nodes as they did.
+  /// Whether the pieces fit among the element's other nodes as they did.
   static bool Fits(const zam::TextLayout& layout, const zam::Nodes& others);
 
   std::unordered_map<pugi::xml_node_struct*, ZAMXmlNode*> m_Notes;

@@ -6,7 +6,7 @@
 
 namespace zam {
 
-/// Why bytes are no document: "line L, column C: reason", for the character that stands at the
+/// Why bytes are no document: "line L, column C: reason", for the character at the
 /// place in a text in UTF-8. Thrown by value.
 struct Refusal {
   Refusal(std::string_view text, std::size_t place, std::string_view reason);

@@ -73,7 +73,7 @@ private:
     m_At += there ? bytes.size() : 0;
     return there;
   }
-  /// A zero stands behind the text, so one byte may always be looked at.
+  /// A zero follows the text, so one byte may always be looked at.
   bool Take(char byte) {
     const bool there = *m_At == byte;
     m_At += there ? 1 : 0;
@@ -106,7 +106,7 @@ private:
   bool Text();
   bool Reference();
   bool Comment() { return Take("<!--") && Verbatim("--") && Take('>'); }
-  /// Characters that stand for themselves, up to an end, which is passed.
+  /// Characters as they are, up to an end, which is passed.
   bool Verbatim(std::string_view end);
   /// Goes on to the next byte at which a text stops.
   void SkipText();

@@ -40,18 +40,18 @@ constexpr Explanation Explanations[] = {
     {XML_ERR_INVALID_CHAR, "XML cannot carry this character"},
     {XML_ERR_ENTITYREF_SEMICOL_MISSING, "the reference has no semicolon", '&'},
     {XML_ERR_UNDECLARED_ENTITY, "the entity is unknown", '&'},
-    {XML_ERR_LT_IN_ATTRIBUTE, "< may not stand in an attribute"},
+    {XML_ERR_LT_IN_ATTRIBUTE, "< is not allowed in an attribute"},
     {XML_ERR_ATTRIBUTE_NOT_STARTED, "the value of the attribute has no quotation mark"},
     {XML_ERR_ATTRIBUTE_NOT_FINISHED, "the value of the attribute does not end"},
     {XML_ERR_ATTRIBUTE_WITHOUT_VALUE, "the attribute has no value"},
-    {XML_ERR_ATTRIBUTE_REDEFINED, "an attribute stands in this tag twice", '<'},
-    {XML_ERR_MISPLACED_CDATA_END, "]]> may not stand in a text"},
+    {XML_ERR_ATTRIBUTE_REDEFINED, "an attribute is in this tag twice", '<'},
+    {XML_ERR_MISPLACED_CDATA_END, "]]> is not allowed in a text"},
     {XML_ERR_RESERVED_XML_NAME, "only the declaration at the start has this name", '<'},
     {XML_ERR_SPACE_REQUIRED, "white space is expected"},
     {XML_ERR_NAME_REQUIRED, "a name is expected"},
     {XML_ERR_GT_REQUIRED, "the tag is malformed"},
     {XML_ERR_TAG_NAME_MISMATCH, "this tag does not end the element that is open", '<'},
-    {XML_ERR_HYPHEN_IN_COMMENT, "-- may not stand in a comment"},
+    {XML_ERR_HYPHEN_IN_COMMENT, "-- is not allowed in a comment"},
 };
 
 /// While it lives, what the parser has to say in this thread goes to a handler: without one the
@@ -107,7 +107,7 @@ bool MayStand(std::string_view text) {
          !text.starts_with("\xEF\xBF\xBE") && !text.starts_with("\xEF\xBF\xBF");
 }
 
-/// How many attributes a start tag has, which stands alone at the front of the text.
+/// The number of attributes of the start tag at the front of the text.
 std::size_t CountAttributes(std::string_view tag) {
   std::size_t count = 0;
   std::size_t quote = tag.find_first_of("\"'>");
@@ -260,10 +260,10 @@ private:
   }
 
   void AddMarkup(pugi::xml_node_type type, const xmlChar* name, const xmlChar* value);
-  /// Adds the last child of the open element, with the text that stands before it.
+  /// Adds the last child of the open element, with the text before it.
   pugi::xml_node Add(pugi::xml_node_type type);
   void AddPending();
-  /// Takes the white space that stands here outside the root element, where the parser drops it.
+  /// Takes the white space here, outside the root element, where the parser drops it.
   void TakeBlanks();
 
   [[noreturn]] void Refuse(std::size_t place, std::string_view reason) const {

@@ -17,7 +17,7 @@ bool IsText(pugi::xml_node node, bool elements) {
 }
 
 /// Stores a text in CDATA sections, which nobody takes for formatting and which do not run into the
-/// white space that follows. What CDATA cannot hold is cut in two ("]]>") or stands as text between
+/// white space that follows. What CDATA cannot hold is cut in two ("]]>") or becomes text between
 /// two sections (a carriage return, written as a reference).
 void InsertProtected(zam::Insertion& insertion, pugi::xml_node front, const std::string& text) {
   for (std::size_t position = 0; position < text.size();) {

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// How many siblings are counted to say where an element stands: a warning for each of many texts
+/// How many siblings are counted to tell the place of an element: a warning for each of many texts
 /// must not count all of them each time.
 constexpr int MaximumCounted = 256;
 
@@ -54,7 +54,7 @@ void ZAMXml::Access::RefuseChild(const IXMLDOMNodePtr& parent, ZAMTextView path)
   m_Xml.Fail(zam::CodeNotAdded,
              m_Xml.GetNodePath(parent) + u": \"" + _bstr_t(path) +
                  (m_Xml.HasNode(parent) != 0 ? u"\" would be nested too deep."
-                                             : u"\" has no element to stand in."),
+                                             : u"\" has no element to be in."),
              nullptr);
 }
 

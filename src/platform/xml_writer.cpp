@@ -13,7 +13,7 @@
 namespace zam {
 namespace {
 
-/// What stands for a character in a text or an attribute; null where it stands for itself. The zero
+/// How a character is written in a text or an attribute; null if as it is. The zero
 /// at the end of a text has an entry, too.
 using References = std::array<const char*, 256>;
 
@@ -63,7 +63,7 @@ private:
   void AppendLong(std::string_view text, const References& references);
   void AppendAttributes(pugi::xml_node node);
   void AppendDeclaration(pugi::xml_node declaration);
-  /// What stands before the children of a node; all of it, when it has none.
+  /// The part of a node before its children; the whole node if it has none.
   void AppendStart(pugi::xml_node node, bool hasChildren);
 
   static constexpr std::size_t Capacity = 1 << 18;

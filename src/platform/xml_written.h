@@ -14,7 +14,7 @@ public:
   /// The formatting around the children is that of the first and the last of them.
   WrittenCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept;
 
-  /// Moves to the next child. False, and of no more use, unless it has that name and stands as if
+  /// Moves to the next child. False, and of no more use, unless it has that name and is as if
   /// it had been added.
   bool Next(const FieldName& name) noexcept;
   /// Whether that child holds the text and nothing else.
@@ -33,12 +33,12 @@ private:
   pugi::xml_node_struct* m_Parent;
   pugi::xml_node_struct* m_Child = nullptr;
   bool m_IsOutermost = false;
-  bool m_Formats = false;          ///< whether white space stands before each child:
-  std::string_view m_Line;         ///< what stands before the end of the parent,
+  bool m_Formats = false;          ///< whether white space precedes each child:
+  std::string_view m_Line;         ///< what precedes the end of the parent,
   std::string_view m_Indentation;  ///< and this
 };
 
-/// Finds out whether the fields of a record stand next, as they would be written.
+/// Finds out whether the fields of a record come next, as they would be written.
 class WrittenFields {
 public:
   explicit WrittenFields(WrittenCursor& cursor) : m_Cursor(cursor) {}

@@ -105,7 +105,7 @@ void ReadData(ZAMXMLBinary& block, ZAMXml& xml, const IXMLDOMNodePtr& element, Z
   }
 }
 
-/// The smallest stretch of the buffer that can stand in a Data element.
+/// The smallest stretch of the buffer that a Data element can have.
 int StretchUnit(const ZAMXMLBinary& block) {
   return block.m_Encoding == CSV ? block.m_BytePerData : 1;
 }

@@ -3,7 +3,7 @@
 
 namespace {
 
-/// A code of one character stands as it is; any other is derived from the text.
+/// A code of one character stays as it is; any other is derived from the text.
 void SettleGenderCode(ZAMXMLPatientInfo& patient) {
   if (patient.m_GenderCode.length() == 1) {
     return;

@@ -57,7 +57,7 @@ TEST(Handles, DieWithTheirElement) {
     IXMLDOMNodePtr copy = handle;
     step(xml);
     if (const IXMLDOMNodePtr root = xml.GetNode(u"R")) {
-      // What is added now may stand in the memory of what was removed.
+      // What is added now may be in the memory of what was removed.
       xml.AddChildNode(root, u"A/B", u"other");
     }
     const std::string before = xml.IsOpened() != 0 && xml.GetNode(u"R") ? test::Saved(xml) : "";

@@ -91,7 +91,7 @@ TEST(SeparatedValues, Encode) {
 }
 
 TEST(SeparatedValues, Decode) {
-  constexpr std::int64_t Kept = 0x5A5A5A5A;  // what stands in the buffer before
+  constexpr std::int64_t Kept = 0x5A5A5A5A;  // what is in the buffer before
   const std::tuple<const char16_t*, int, int, Values, ZAMTextView> rows[] = {
       {u",,1,,2,", 2, 3, {1, 2, Kept}, u","},
       {u"1; 2,;3 4", 2, 4, {1, 2, 3, 4}, u";, "},

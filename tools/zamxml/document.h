@@ -36,10 +36,10 @@ public:
   /// Moves the tree alone, without reading the records again. Unsound when the history cannot be
   /// applied.
   void MoveTo(int position);
-  /// Reads the sections from the tree where it stands.
+  /// Reads the sections from the tree at its present position.
   void ReadSections();
 
-  /// The number of modifications that stand in the file but cannot be read.
+  /// The number of modifications in the file that cannot be read.
   int Unreadable();
   /// Failure, beginning with what cannot be done, when there is one: it would be lost.
   void RequireWholeHistory(const char* what);

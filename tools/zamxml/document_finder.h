@@ -30,7 +30,7 @@ public:
 
   /// Nothing at the end.
   std::optional<Found> Next();
-  /// How many files of other names stood in the folders so far.
+  /// How many files of other names were in the folders so far.
   std::size_t Others() const { return m_Others; }
 
 private:

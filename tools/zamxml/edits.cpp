@@ -33,7 +33,7 @@ Edit MakeEdit(const std::string& file, const std::string& path, ZAMXML_VTYPE typ
   if (type == ZAMXML_VTYPE_NAME &&
       std::count(edit.m_New.begin(), edit.m_New.end(), '^') > Separators) {
     throw Failure(file, path,
-                  "a name has six parts, and \"^\" cannot stand in one of them: the "
+                  "a name has six parts, and \"^\" cannot be in one of them: the "
                   "history joins them with it");
   }
   return edit;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// A file that is read: "-" stands for the standard input, which is kept in memory and leaves
+/// A file that is read: "-" is the standard input, which is kept in memory and leaves
 /// nothing on the disk.
 class Input {
 public:

@@ -17,7 +17,7 @@ constexpr const char* TypeWords[] = {"STRING", "NAME", "STATEMENT"};
 
 std::string Shown(const std::string& text) { return Quoted(_bstr_t::FromUtf8(text)); }
 
-/// Where the last of these bytes stands; a column is a character.
+/// The place of the last of these bytes; a column is a character.
 std::string PlaceOf(std::string_view read) {
   const auto isCharacter = [](char byte) { return (byte & 0xC0) != 0x80; };
   const auto lines = std::count(read.begin(), read.end(), '\n');

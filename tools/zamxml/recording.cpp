@@ -127,7 +127,7 @@ private:
     return value;
   }
 
-  /// Whether the place can take that kind of value without harm to what stands there.
+  /// Whether the place can take that kind of value without harm to what is there.
   void CheckPlace(const Edit& edit, const ZAMXMLChangeItem& item, bool exists) {
     if (!exists) {
       if (!m_Options.m_Create) {

@@ -141,7 +141,7 @@ void ReportModel::Record(int position, const ValuePath& path, const std::optiona
   steps.push_back({position, text});
 }
 
-/// An empty text is no value of its own once other elements stand in its element.
+/// An empty text is no value of its own once other elements are in its element.
 void ReportModel::RecordGoneAbove(int position, const std::string& path) {
   for (std::string above = ParentOf(path); !above.empty(); above = ParentOf(above)) {
     const auto found = m_LifeByPath.find(above);

@@ -19,7 +19,8 @@ struct LifeStep {
   std::optional<_bstr_t> m_Text;
 };
 
-/// A value of a document with everything that it has been, from the position where it first stands.
+/// A value of a document with everything that it has been, from the position where it first
+/// appears.
 struct Life {
   ValuePath m_Path;
   std::vector<LifeStep> m_Steps;
@@ -37,7 +38,7 @@ struct BlockLife {
   std::vector<std::pair<int, Wave>> m_Waves;  ///< by the position from which on it is that
 };
 
-/// An element of any position, and what stands at it and below it: indices into the model.
+/// An element of any position, and what is at it and below it: indices into the model.
 struct ReportElement {
   static constexpr int None = -1;
 
@@ -52,7 +53,7 @@ struct ReportElement {
 /// A document over its whole history, as a page shows it.
 class ReportModel {
 public:
-  /// Walks from the original, where the document has to stand, to the last position.
+  /// Walks from the original, where the document has to be, to the last position.
   explicit ReportModel(Document& document);
 
   const std::vector<Life>& Lives() const { return m_Lives; }

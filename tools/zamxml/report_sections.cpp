@@ -175,7 +175,7 @@ private:
     }
   }
 
-  /// What stands in a block's element besides the block and its name.
+  /// What is in a block's element besides the block and its name.
   void WriteBlockNotes(const ReportElement& element) {
     const BlockLife& block = m_Model.Blocks()[static_cast<std::size_t>(element.m_Block)];
     const int label = NotesOf(m_Model, block).m_Label;

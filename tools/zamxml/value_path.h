@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-/// Where a value stands: element names joined by "/", relative to the root element, and perhaps an
+/// The place of a value: element names joined by "/", relative to the root element, and perhaps an
 /// attribute of that element. In what the tool prints a step carries its index in brackets when
-/// siblings of its name stand before it: "StudyInfo/ExtraQuestions/Extra[1]/Answer".
+/// siblings of its name precede it: "StudyInfo/ExtraQuestions/Extra[1]/Answer".
 struct ValuePath {
   std::string m_Element;
   std::string m_Attribute;  ///< empty: the element's own text
@@ -28,7 +28,7 @@ public:
   explicit PathFilter(const std::vector<std::string>& arguments);
 
   bool TakesAll() const { return m_Patterns.empty(); }
-  /// True when there are no patterns, or the value is what one of them names, or stands below it.
+  /// True when there are no patterns, or the value is what one of them names, or is below it.
   /// A step without an index names all siblings of that name.
   bool Takes(const ValuePath& path) const;
   /// The arguments that took nothing so far.

@@ -9,7 +9,7 @@
 
 #include "value_path.h"
 
-/// One text of a document and where it stands.
+/// One text of a document and its place.
 struct Value {
   ValuePath m_Path;
   _bstr_t m_Text;

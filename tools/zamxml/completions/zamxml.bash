@@ -1,6 +1,6 @@
 # bash completion for zamxml
 
-# The words of a kind (paths, positions, users) for the document that stands on the line already.
+# The words of a kind (paths, positions, users) for the document that is on the line already.
 _zamxml_words() {
   local word
   for word in "${COMP_WORDS[@]:2:COMP_CWORD-2}"; do

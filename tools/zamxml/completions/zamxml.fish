@@ -1,6 +1,6 @@
 # fish completion for zamxml
 
-# The words of a kind (paths, positions, users) for the document that stands on the line already.
+# The words of a kind (paths, positions, users) for the document that is on the line already.
 function __zamxml_words
     for word in (commandline -opc)[3..-1]
         if test -f "$word"
