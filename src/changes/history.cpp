@@ -4,7 +4,7 @@
 
 #include "changes/places.h"
 #include "platform/utf.h"
-#include "platform/xml_fields.h"
+#include "platform/xml/fields.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 

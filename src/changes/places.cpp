@@ -5,8 +5,8 @@
 #include <string>
 #include <unordered_set>
 
-#include "platform/name_escape.h"
-#include "platform/xml_path.h"
+#include "platform/xml/name_escape.h"
+#include "platform/xml/path.h"
 
 namespace zam {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/xml_fields.h"
+#include "platform/xml/fields.h"
 #include "zamxml/changes.h"
 
 /// Reading the list of modifications. Once more: what the tree still holds stays where it is.

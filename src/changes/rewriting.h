@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/xml_written.h"
+#include "platform/xml/written.h"
 #include "zamxml/changes.h"
 
 /// Writing the list of modifications once more: what is in the tree already stays there.

@@ -1,7 +1,7 @@
 #include <string_view>
 
 #include "changes/value_encoding.h"
-#include "platform/xml_fields.h"
+#include "platform/xml/fields.h"
 #include "records/name_fields.h"
 #include "zamxml/changes.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/xml_replacement.h"
+#include "platform/xml/replacement.h"
 #include "records/record.h"
 #include "records/separated_values.h"
 #include "zamxml/platform/util.h"

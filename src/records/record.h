@@ -3,7 +3,7 @@
 #include <exception>
 #include <new>
 
-#include "platform/xml_fields.h"
+#include "platform/xml/fields.h"
 #include "zamxml/platform/array.h"
 #include "zamxml/platform/error.h"
 #include "zamxml/platform/log.h"

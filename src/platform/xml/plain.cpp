@@ -1,4 +1,4 @@
-#include "platform/xml_plain.h"
+#include "platform/xml/plain.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/xml_document.h"
+#include "platform/xml/document.h"
 
 namespace zam {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/xml_writer.h"
+#include "platform/xml/writer.h"
 
 #include <algorithm>
 #include <array>
@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/xml_document.h"
-#include "platform/xml_plain.h"
+#include "platform/xml/document.h"
+#include "platform/xml/plain.h"
 
 namespace zam {
 namespace {

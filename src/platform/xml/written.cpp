@@ -1,7 +1,7 @@
-#include "platform/xml_written.h"
+#include "platform/xml/written.h"
 
 #include "platform/utf.h"
-#include "platform/xml_access.h"
+#include "platform/xml/access.h"
 
 namespace zam {
 

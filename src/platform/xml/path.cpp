@@ -1,6 +1,6 @@
-#include "platform/xml_path.h"
+#include "platform/xml/path.h"
 
-#include "platform/name_escape.h"
+#include "platform/xml/name_escape.h"
 
 namespace zam {
 namespace {

@@ -1,8 +1,8 @@
-#include "platform/xml_fields.h"
+#include "platform/xml/fields.h"
 
 #include "platform/codes.h"
 #include "platform/utf.h"
-#include "platform/xml_access.h"
+#include "platform/xml/access.h"
 
 namespace zam {
 

@@ -1,4 +1,4 @@
-#include "platform/xml_insertion.h"
+#include "platform/xml/insertion.h"
 
 #include <string>
 

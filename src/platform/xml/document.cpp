@@ -1,8 +1,8 @@
-#include "platform/xml_document.h"
+#include "platform/xml/document.h"
 
 #include <utility>
 
-#include "platform/xml_insertion.h"
+#include "platform/xml/insertion.h"
 #include "zamxml/platform/error.h"
 
 namespace zam {

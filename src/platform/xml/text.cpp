@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "platform/utf.h"
-#include "platform/xml_document.h"
-#include "platform/xml_insertion.h"
+#include "platform/xml/document.h"
+#include "platform/xml/insertion.h"
 #include "zamxml/platform/error.h"
 
 /// The text of an element: how it is put together from pieces, and how it is stored so that it

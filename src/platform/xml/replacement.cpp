@@ -1,8 +1,8 @@
-#include "platform/xml_replacement.h"
+#include "platform/xml/replacement.h"
 
 #include <string>
 
-#include "platform/xml_access.h"
+#include "platform/xml/access.h"
 
 namespace zam {
 namespace {

@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/xml_fields.h"
+#include "platform/xml/fields.h"
 
 namespace zam {
 

@@ -9,8 +9,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/xml_note.h"
-#include "platform/xml_path.h"
+#include "platform/xml/note.h"
+#include "platform/xml/path.h"
 #include "zamxml/platform/xml.h"
 
 namespace zam {

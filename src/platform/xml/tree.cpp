@@ -1,13 +1,13 @@
 #include <utility>
 
 #include "platform/codes.h"
-#include "platform/name_escape.h"
 #include "platform/system.h"
 #include "platform/utf.h"
-#include "platform/xml_access.h"
-#include "platform/xml_path.h"
-#include "platform/xml_reader.h"
-#include "platform/xml_writer.h"
+#include "platform/xml/access.h"
+#include "platform/xml/name_escape.h"
+#include "platform/xml/path.h"
+#include "platform/xml/reader.h"
+#include "platform/xml/writer.h"
 #include "zamxml/platform/util.h"
 
 /// The document of a ZAMXml: how it comes, goes and is saved, and how its elements are found, added

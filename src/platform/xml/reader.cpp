@@ -1,4 +1,4 @@
-#include "platform/xml_reader.h"
+#include "platform/xml/reader.h"
 
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
@@ -10,9 +10,9 @@
 #include <new>
 #include <utility>
 
-#include "platform/xml_document.h"
-#include "platform/xml_encoding.h"
-#include "platform/xml_plain.h"
+#include "platform/xml/document.h"
+#include "platform/xml/encoding.h"
+#include "platform/xml/plain.h"
 
 /// Plain documents are read by pugixml. Of any other text libxml2 decides whether it is a document,
 /// and its events make the nodes of the tree. It gets UTF-8 only: its own converter, short of

@@ -1,6 +1,6 @@
 #include <utility>
 
-#include "platform/xml_document.h"
+#include "platform/xml/document.h"
 #include "zamxml/platform/error.h"
 
 IXMLDOMNodePtr::IXMLDOMNodePtr() noexcept = default;

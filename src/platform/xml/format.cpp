@@ -1,7 +1,7 @@
 #include <string_view>
 
-#include "platform/xml_document.h"
-#include "platform/xml_insertion.h"
+#include "platform/xml/document.h"
+#include "platform/xml/insertion.h"
 
 /// The indentation of what is added: read off the document, so that the tree and the file stay the
 /// same thing.

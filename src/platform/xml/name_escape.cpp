@@ -1,4 +1,4 @@
-#include "platform/name_escape.h"
+#include "platform/xml/name_escape.h"
 
 #include <algorithm>
 #include <array>

@@ -3,7 +3,7 @@
 #include <new>
 #include <string>
 
-#include "platform/xml_document.h"
+#include "platform/xml/document.h"
 #include "zamxml/platform/error.h"
 #include "zamxml/platform/xml.h"
 

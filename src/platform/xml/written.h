@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/xml_fields.h"
+#include "platform/xml/fields.h"
 
 namespace zam {
 

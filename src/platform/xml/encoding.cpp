@@ -1,4 +1,4 @@
-#include "platform/xml_encoding.h"
+#include "platform/xml/encoding.h"
 
 #include <algorithm>
 #include <optional>

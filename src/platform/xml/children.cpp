@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "platform/xml_document.h"
+#include "platform/xml/document.h"
 
 /// Finding elements below an element, by name, path and index.
 

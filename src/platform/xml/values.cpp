@@ -2,10 +2,10 @@
 #include <utility>
 
 #include "platform/codes.h"
-#include "platform/name_escape.h"
 #include "platform/utf.h"
-#include "platform/xml_access.h"
-#include "platform/xml_path.h"
+#include "platform/xml/access.h"
+#include "platform/xml/name_escape.h"
+#include "platform/xml/path.h"
 #include "zamxml/platform/util.h"
 
 /// The texts and attributes of the elements of a ZAMXml.
