@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -23,6 +24,18 @@ ZAMFileLock* held = nullptr;
 bool Exists(const std::string& path) {
   struct stat existing {};
   return ::lstat(path.c_str(), &existing) == 0;
+}
+
+/// Gives a new file the mode of the one at a path; only the owner's part where the rest would speak
+/// of another group, or stands for an access control list.
+bool GiveMode(int file, const char* path, const struct stat& existing) {
+  struct stat own {};
+  if (::fstat(file, &own) != 0) {
+    return false;
+  }
+  const bool isPlain =
+      own.st_gid == existing.st_gid && ::getxattr(path, "system.posix_acl_access", nullptr, 0) < 0;
+  return ::fchmod(file, existing.st_mode & (isPlain ? ACCESSPERMS : S_IRWXU)) == 0;
 }
 
 }  // namespace
@@ -84,8 +97,7 @@ void WriteTarget(const std::string& path, std::string_view bytes) {
     fail(std::strerror(errno));
   }
   const bool isWritten = WriteAll(file, bytes) &&
-                         (!exists || ::fchmod(file, existing.st_mode & 07777) == 0) &&
-                         ::fsync(file) == 0;
+                         (!exists || GiveMode(file, place.c_str(), existing)) && ::fsync(file) == 0;
   const int reason = errno;
   ::close(file);
   if (!isWritten || ::rename(beside.c_str(), place.c_str()) != 0) {
