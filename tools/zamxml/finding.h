@@ -35,9 +35,8 @@ enum class FindingCode {
 };
 
 enum class Severity {
-  Unsound,    ///< readers see something else than what is stored, or the history is no chain
-  Irregular,  ///< it can be read, but it is not what a careful host writes
-  Note,       ///< it may well be right
+  Finding,  ///< the document is not what a careful host writes, or the history is no chain
+  Note,     ///< it may well be right
 };
 
 /// Something that was found in a document.

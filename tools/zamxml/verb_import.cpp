@@ -163,10 +163,10 @@ void Build(ZAMXml& tree, const std::string& source) {
   TreeBuilder(tree, source).Build(JsonObject(source, json));
 }
 
-void RefuseUnsound(ZAMXml& tree, const std::string& source) {
+void RefuseFindings(ZAMXml& tree, const std::string& source) {
   Document document(tree, source);
   for (const Finding& finding : Verify(document)) {
-    if (SeverityOf(finding.m_Code) == Severity::Unsound) {
+    if (!IsNote(finding)) {
       throw Failure(source, "cannot import it", Sentence(finding));
     }
   }
@@ -175,7 +175,7 @@ void RefuseUnsound(ZAMXml& tree, const std::string& source) {
 int Run(const Options& options) {
   ZAMXml tree;
   Build(tree, options.m_Source);
-  RefuseUnsound(tree, options.m_Source);
+  RefuseFindings(tree, options.m_Source);
   const TargetLock lock(options.m_File, options);
   const _bstr_t name = FileName(options.m_File);
   RequireMemory(tree);
