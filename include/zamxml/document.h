@@ -44,7 +44,7 @@ public:
   ~ZAMXMLFile() override;
 
   /// Sets the shown position to -1, m_DocInfo to m_DefaultDocInfo, and clears all other records.
-  /// Keeps the tree and an open edit.
+  /// Keeps the tree and an open edit. A hook that reads or writes must not call it.
   virtual void Clear();
 
   /// Replaces the document with a copy of `source`, shown at its last state. It is then open and

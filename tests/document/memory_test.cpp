@@ -100,7 +100,7 @@ int Edit(Host& host) { return Begin(host) == 1 ? AddItems(host) : 0; }
 
 void PrepareEdit(Host& host) { Require(Edit(host) == 1); }
 
-/// A modification is committed once; the next move of the history writes a list that stands in
+/// A modification is committed once; the next move of the history writes a list that is in
 /// memory only.
 int Commit(Host& host) {
   if (host.GetHistoryCount() == 3 && host.CommitModify() == 0) {
@@ -129,6 +129,7 @@ const Road AllRoads[] = {
      [](Host& host) { test::Load(host.m_Source, test::DocumentBytes(test::ThreeWeights())); },
      [](Host& host) { return host.OpenFromXML(host.m_Source, nullptr); }, true},
     {"ShowOriginal", Usual, Nothing, [](Host& host) { return host.SetHistoryToOriginal(); }},
+    {"ShowLast", Usual, [](Host& host) { Require(host.SetHistoryToOriginal() == 1); }, ShowLast},
     {"ShowCommitted", Usual,
      [](Host& host) { PrepareEdit(host), Require(host.CommitModify() == 1); }, ShowLast},
     // The last thing in the log of the tree is a warning.

@@ -19,7 +19,7 @@ bool SkipBlanks(std::string_view& text) {
 }
 
 /// Takes a blank and name="value" off the front of a declaration; takes nothing when something else
-/// stands there.
+/// is there.
 std::optional<std::string_view> TakeAttribute(std::string_view& rest, std::string_view name) {
   std::string_view text = rest;
   if (!SkipBlanks(text) || !text.starts_with(name)) {
