@@ -3,61 +3,16 @@
 #include <malloc.h>
 
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
+
+#include "sample_documents.h"
 
 /// The cost of each operation against the number of modifications in the document. The counter
 /// "per_modification" has to stay level from row to row of one operation; "memory_per_byte" is what
 /// an opened document holds for each byte of its file.
 
 namespace {
-
-constexpr int Rows = 200;  ///< elements of a foreign section that the modifications change in turn
-
-std::string Modification(int number) {
-  const std::string row = "Rows/Row" + std::to_string(number % Rows);
-  const std::string value = "value of modification ";
-  return "\t\t<Modification>\n\t\t\t<UID>2.25.32980073569858662929564197851150617" +
-         std::to_string(number) +
-         "</UID>\n\t\t\t<Date>2024-03-05</Date>\n\t\t\t<Time>11:02:17</Time>\n"
-         "\t\t\t<UserID>rpark</UserID>\n\t\t\t<UserName>박 리나</UserName>\n\t\t\t<Changes>\n"
-         "\t\t\t\t<Item>\n\t\t\t\t\t<Node>" +
-         row + "</Node>\n\t\t\t\t\t<Attribute/>\n\t\t\t\t\t<ValueType>STRING</ValueType>\n" +
-         "\t\t\t\t\t<OldValue>" + (number < Rows ? "-" : value + std::to_string(number - Rows)) +
-         "</OldValue>\n\t\t\t\t\t<NewValue>" + value + std::to_string(number) +
-         "</NewValue>\n\t\t\t\t</Item>\n\t\t\t</Changes>\n\t\t</Modification>\n";
-}
-
-/// A document with that many modifications, in a file that is removed at the end.
-class SampleFile {
-public:
-  explicit SampleFile(int modifications)
-      : m_Path(std::filesystem::temp_directory_path() /
-               ("history_scaling_" + std::to_string(modifications) + ".xml")) {
-    std::ofstream file(m_Path, std::ios::binary);
-    file << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<KESTRANE_ZAM>\n"
-            "\t<DocumentInfo>\n\t\t<ID>UNKNOWN</ID>\n\t</DocumentInfo>\n\t<PatientInfo/>\n"
-            "\t<OrderInfo/>\n\t<StudyInfo/>\n\t<Rows>\n";
-    for (int row = 0; row < Rows; ++row) {
-      file << "\t\t<Row" << row << ">-</Row" << row << ">\n";
-    }
-    file << "\t</Rows>\n\t<Modifications>\n";
-    for (int number = 0; number < modifications; ++number) {
-      file << Modification(number);
-    }
-    file << "\t</Modifications>\n</KESTRANE_ZAM>\n";
-  }
-  SampleFile(const SampleFile&) = delete;
-  SampleFile& operator=(const SampleFile&) = delete;
-  ~SampleFile() { std::filesystem::remove(m_Path); }
-
-  const char* Path() const { return m_Path.c_str(); }
-  double Size() const { return static_cast<double>(std::filesystem::file_size(m_Path)); }
-
-private:
-  std::filesystem::path m_Path;
-};
 
 double MemoryInUse() {
   const struct mallinfo2 info = mallinfo2();
@@ -78,7 +33,7 @@ void Report(benchmark::State& state) {
 }
 
 void Open(benchmark::State& state) {
-  const SampleFile file(static_cast<int>(state.range(0)));
+  const SampleDocument file = SampleDocument::History(static_cast<int>(state.range(0)));
   for (auto _ : state) {
     ZAMXMLFile document;
     Require(document.Open(file.Path(), nullptr));
@@ -93,7 +48,7 @@ void Open(benchmark::State& state) {
 /// Runs a step on an opened document, which the step leaves as it was.
 template <class Step>
 void OnOpened(benchmark::State& state, Step step) {
-  const SampleFile file(static_cast<int>(state.range(0)));
+  const SampleDocument file = SampleDocument::History(static_cast<int>(state.range(0)));
   ZAMXMLFile document;
   Require(document.Open(file.Path(), nullptr));
   for (auto _ : state) {
@@ -140,7 +95,7 @@ void Save(benchmark::State& state) {
 
 /// One modification with n items, each of them an element of its own that is not there yet.
 void CommitAndShowItems(benchmark::State& state) {
-  const SampleFile file(1);
+  const SampleDocument file = SampleDocument::History(1);
   for (auto _ : state) {
     ZAMXMLFile document;
     Require(document.Open(file.Path(), nullptr));
