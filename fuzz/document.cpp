@@ -1,5 +1,6 @@
-// Opens any bytes as a document. What opens is walked to its original content and back, saved and
-// opened again: it shows the same, has the same history, and is saved as the same bytes.
+// Opens any bytes as a tree, and as a document. A tree is the same whichever parser reads it. A
+// document is walked to its original content and back, saved and opened again: it shows the same,
+// has the same history, and is saved as the same bytes.
 
 #include <ZAMXMLData.h>
 
@@ -20,6 +21,24 @@ std::string Saved(ZAMXml& xml) {
   xml.SetDurable(0);
   fuzz::Require(xml.SaveAs(file.Path(), nullptr) == 1, "a tree can be saved");
   return file.Read();
+}
+
+/// A processing instruction sends a text to the strict parser. Behind the root it adds itself,
+/// where no declaration or zero byte gives the bytes another meaning.
+void ReadBothWays(const fuzz::ScratchFile& input) {
+  static const fuzz::ScratchFile marked(u"marked");
+  static const std::string mark = "<?strict?>";
+  const std::string bytes = input.Read();
+  ZAMXml either;
+  if (bytes.find("encoding") != bytes.npos || bytes.find('\0') != bytes.npos ||
+      either.Open(input.Path(), nullptr) == 0) {
+    return;
+  }
+  const std::string both = bytes + mark;
+  marked.Write(reinterpret_cast<const std::uint8_t*>(both.data()), both.size());
+  ZAMXml strict;
+  fuzz::Require(strict.Open(marked.Path(), nullptr) == 1, "the strict parser opens it, too");
+  fuzz::Require(Saved(strict) == Saved(either) + mark, "and makes the same tree");
 }
 
 template <class... Records>
@@ -89,6 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const fuzz::ScratchFile saved(u"saved");
   static const fuzz::ScratchFile again(u"again");
   input.Write(data, size);
+  ReadBothWays(input);
   ZAMXMLFile document;
   if (!Opens(document, input.Path()) || document.GetHistoryCount() > MostModifications ||
       ChangesItself(document)) {
