@@ -17,10 +17,11 @@ install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHIN
 install(DIRECTORY share/samples DESTINATION ${share_dir})
 install(FILES share/zamxml-document.xsd share/zamxml-digest.xsl DESTINATION ${share_dir})
 
-# gdb looks for the printers of a library under the full path of that library.
+# gdb looks for the printers of a library under the full path of that library: the prefix is that of
+# the installation, which may be another one than was configured.
 set(library_name libZAMXMLData_U.so.${ZAMXML_ABI_VERSION})
 install(FILES share/gdb/printers.py
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}
         RENAME ${library_name}-gdb.py)
 
 install(EXPORT ZAMXMLDataTargets NAMESPACE ZAMXMLData:: DESTINATION ${package_dir})
