@@ -41,7 +41,8 @@ bool GiveMode(int file, const char* path, const struct stat& existing) {
 }  // namespace
 
 void AddWaitOption(Verb verb, double& seconds) {
-  verb.Number("--wait", seconds, 0, LongestWait, "Seconds to wait for another zamxml");
+  verb.Number("--wait", seconds, 0, LongestWait,
+              "Seconds to wait for another program that holds the lock");
 }
 
 void AddTargetOptions(Verb verb, TargetOptions& options) {
