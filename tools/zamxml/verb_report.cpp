@@ -31,7 +31,7 @@ struct Options : TargetOptions {
 std::vector<Finding> FindingsIn(Document& document) {
   Document copy(document.m_Xml, document.Name());
   std::vector<Finding> findings = Verify(copy);
-  std::ranges::stable_partition(findings, std::not_fn(IsNote));
+  std::stable_partition(findings.begin(), findings.end(), std::not_fn(IsNote));
   return findings;
 }
 
