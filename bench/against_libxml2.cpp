@@ -24,12 +24,6 @@ namespace {
 
 constexpr int Rounds = 7;
 
-void Require(int result) {
-  if (result == 0) {
-    throw std::runtime_error("an operation failed");
-  }
-}
-
 double Now() {
   std::timespec now{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);

@@ -19,12 +19,6 @@ double MemoryInUse() {
   return static_cast<double>(info.uordblks) + static_cast<double>(info.hblkhd);
 }
 
-void Require(int result) {
-  if (result == 0) {
-    throw std::runtime_error("an operation failed");
-  }
-}
-
 void Report(benchmark::State& state) {
   state.counters["per_modification"] = benchmark::Counter(
       static_cast<double>(state.range(0)),

@@ -6,6 +6,12 @@
 #include <stdexcept>
 #include <string>
 
+inline void Require(int result) {
+  if (result == 0) {
+    throw std::runtime_error("an operation failed");
+  }
+}
+
 /// The documents that are measured, each in a file that is removed at the end.
 class SampleDocument {
 public:
@@ -73,10 +79,13 @@ private:
   void Write(const std::string& section, int modifications) const {
     std::ofstream file(m_Path, std::ios::binary);
     file << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<KESTRANE_ZAM>\n"
-            "\t<DocumentInfo>\n\t\t<ID>UNKNOWN</ID>\n\t</DocumentInfo>\n\t<PatientInfo>\n"
+            "\t<DocumentInfo>\n\t\t<ID>UNKNOWN</ID>\n\t</"
+            "DocumentInfo>\n\t<PatientInfo>\n\t\t<ID>1</ID>\n"
             "\t\t<Name>\n\t\t\t<Full>박 리나</Full>\n\t\t</Name>\n\t\t<Height>-</Height>\n"
-            "\t\t<Weight>-</Weight>\n\t\t<BackupID>-</BackupID>\n\t</PatientInfo>\n\t<OrderInfo>\n"
-            "\t\t<Comment>-</Comment>\n\t</OrderInfo>\n\t<StudyInfo>\n\t\t<Comment>-</Comment>\n"
+            "\t\t<Weight>-</Weight>\n\t\t<BackupID>-</BackupID>\n\t</"
+            "PatientInfo>\n\t<OrderInfo>\n\t\t<ID>1</ID>\n"
+            "\t\t<Comment>-</Comment>\n\t</OrderInfo>\n\t<StudyInfo>\n\t\t<ID>1</"
+            "ID>\n\t\t<Comment>-</Comment>\n"
             "\t</StudyInfo>\n"
          << section << "\t<Modifications>\n";
     for (int number = 0; number < modifications; ++number) {

@@ -13,10 +13,11 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "sample_documents.h"
 
 namespace {
 
@@ -29,39 +30,6 @@ constexpr int Documents = 10000;
 double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
 double Seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-}
-
-void Require(int result) {
-  if (result == 0) {
-    throw std::runtime_error("an operation failed");
-  }
-}
-
-/// A document whose history sets one value again and again.
-void WriteDocument(const fs::path& path, int modifications) {
-  ZAMXMLFile document;
-  document.New(nullptr);
-  document.m_PatientInfo.m_Weight = "0";
-  Require(document.SaveAs(path, nullptr));
-  ZAMXMLModificationGroup group;
-  for (int i = 0; i < modifications; ++i) {
-    auto modification = std::make_unique<ZAMXMLModification>();
-    modification->m_UID = "2.25." + std::to_string(i);
-    modification->m_Date = "2024-03-05";
-    modification->m_Time = "11:02:17";
-    modification->m_UserID = "rpark";
-    auto item = std::make_unique<ZAMXMLChangeItem>();
-    item->m_Node = "PatientInfo/Weight";
-    item->m_ValueType = ZAMXML_VTYPE_STRING;
-    item->m_OldValue = std::to_string(i);
-    item->m_NewValue = std::to_string(i + 1);
-    modification->m_Changes.Add(item.release());
-    group.m_ModificationList.Add(modification.release());
-  }
-  IXMLDOMNodePtr section = document.m_Xml.AddNode(u"KESTRANE_ZAM/Modifications", nullptr);
-  group.WriteToXML(document.m_Xml, section, nullptr);
-  document.m_Xml.SetDurable(0);
-  Require(document.m_Xml.SaveAs(path, nullptr));
 }
 
 /// A folder that is gone with this object.
@@ -111,7 +79,7 @@ Usage RunTool(std::vector<std::string> arguments) {
   return {Seconds(Clock::now() - start), Seconds(used.ru_utime) + Seconds(used.ru_stime)};
 }
 
-double OpenTime(const fs::path& path) {
+double OpenTime(const std::string& path) {
   const auto start = Clock::now();
   ZAMXMLFile document;
   if (document.Open(path, nullptr) == 0 || document.GetHistoryCount() != Modifications) {
@@ -121,16 +89,14 @@ double OpenTime(const fs::path& path) {
 }
 
 void ToolLog(benchmark::State& state) {
-  const Scratch scratch;
-  const fs::path path = scratch.m_Path / "long.xml";
-  WriteDocument(path, Modifications);
+  const SampleDocument document = SampleDocument::History(Modifications);
   double open = 0;
   double log = 0;
   for (auto _ : state) {
     state.PauseTiming();
-    open += OpenTime(path);
+    open += OpenTime(document.Path());
     state.ResumeTiming();
-    log += RunTool({"log", path.string()}).m_Wall;
+    log += RunTool({"log", document.Path()}).m_Wall;
   }
   state.counters["of_open"] = log / open;
 }
@@ -138,9 +104,9 @@ BENCHMARK(ToolLog)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10)
 
 void CheckFolder(benchmark::State& state) {
   const Scratch scratch;
-  WriteDocument(scratch.m_Path / "0.xml", 3);
-  for (int i = 1; i < Documents; ++i) {
-    fs::copy_file(scratch.m_Path / "0.xml", scratch.m_Path / (std::to_string(i) + ".xml"));
+  const SampleDocument document = SampleDocument::History(3);
+  for (int i = 0; i < Documents; ++i) {
+    fs::copy_file(document.Path(), scratch.m_Path / (std::to_string(i) + ".xml"));
   }
   Usage sum;
   for (auto _ : state) {
