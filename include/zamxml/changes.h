@@ -1,11 +1,18 @@
 #pragma once
 
+#include <memory>
+
 #include "zamxml/platform/array.h"
 #include "zamxml/platform/export.h"
 #include "zamxml/platform/log.h"
 #include "zamxml/platform/text.h"
 #include "zamxml/platform/xml.h"
 #include "zamxml/records.h"
+
+namespace zam {
+class KnownList;
+struct ListAccess;
+}  // namespace zam
 
 /// The type of a change item's two values. Do not change the values or their words ("STRING",
 /// "NAME", "STATEMENT"): documents store them.
@@ -137,4 +144,11 @@ protected:
   /// element is added below the root. Raise _com_error (E_POINTER) if it cannot be added.
   void RedoModification(ZAMXml& xml, IXMLDOMNodePtr& root, ZAMXMLModification* modification);
   void UndoModification(ZAMXml& xml, IXMLDOMNodePtr& root, ZAMXMLModification* modification);
+
+private:
+  friend struct zam::ListAccess;
+
+  /// What the list held when it was looked at last, so that unchanged entries need not be read or
+  /// planned again; null at first.
+  std::unique_ptr<zam::KnownList> m_pKnown;
 };

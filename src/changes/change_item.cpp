@@ -2,8 +2,7 @@
 #include <array>
 #include <string_view>
 
-#include "changes/rereading.h"
-#include "changes/rewriting.h"
+#include "changes/list_access.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 

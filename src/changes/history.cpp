@@ -1,24 +1,95 @@
+#include <algorithm>
+#include <cstdint>
+#include <functional>
 #include <new>
+#include <queue>
+#include <span>
 #include <utility>
 #include <vector>
 
+#include "changes/known_list.h"
 #include "changes/places.h"
-#include "platform/utf.h"
 #include "platform/xml/fields.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
 namespace {
 
-using ChangeValue = _bstr_t ZAMXMLChangeItem::*;
+using Modifications = std::span<ZAMXMLModification* const>;
 
-/// Writes the old or the new value of every change into the tree, with the outcome of writing them
-/// one by one. Where a place is alone and holds a value already, the next one waits: only the
-/// last of them is written. The records of a whole value are made once for all of them.
+/// Modifications of a list, from the first to the last or back.
+struct Way {
+  int m_nFirst;
+  int m_nLast;
+  bool m_IsRedo;
+
+  int Length() const { return m_nLast - m_nFirst + 1; }
+};
+
+/// The writes to one place on a way, in the order of single steps: undo goes back over the
+/// modifications, but not over the items of one.
+class WritesOnWay {
+public:
+  WritesOnWay(std::span<const zam::PlaceWrite> writes, const Way& way) : m_IsRedo(way.m_IsRedo) {
+    const auto first = std::ranges::lower_bound(writes, way.m_nFirst, {}, Modification);
+    const auto end = std::ranges::upper_bound(writes, way.m_nLast, {}, Modification);
+    m_Rest = {first, end};
+    TakeNext();
+  }
+
+  explicit operator bool() const { return !m_Next.empty(); }
+  const zam::PlaceWrite& Next() const { return m_Next.front(); }
+  const zam::PlaceWrite& Last() const {
+    if (m_IsRedo || m_Rest.empty()) {
+      return m_Rest.empty() ? m_Next.back() : m_Rest.back();
+    }
+    const int modification = m_Rest.front().m_nModification;
+    return *(std::ranges::upper_bound(m_Rest, modification, {}, Modification) - 1);
+  }
+  void Pass() {
+    m_Next = m_Next.subspan(1);
+    if (m_Next.empty()) {
+      TakeNext();
+    }
+  }
+  /// Grows from step to step.
+  std::int64_t Order() const {
+    const std::int64_t modification = Next().m_nModification;
+    return (m_IsRedo ? modification : -modification) * (std::int64_t{1} << 32) + Next().m_nItem;
+  }
+
+private:
+  static constexpr auto Modification = &zam::PlaceWrite::m_nModification;
+
+  /// Takes the writes of the next modification from the rest.
+  void TakeNext() {
+    if (m_Rest.empty()) {
+      return;
+    }
+    const int next = m_IsRedo ? m_Rest.front().m_nModification : m_Rest.back().m_nModification;
+    const auto begin = std::ranges::lower_bound(m_Rest, next, {}, Modification);
+    const auto end = std::ranges::upper_bound(m_Rest, next, {}, Modification);
+    const std::span rest = m_Rest;
+    m_Next = {begin, end};
+    m_Rest = m_IsRedo ? std::span(end, rest.end()) : std::span(rest.begin(), begin);
+  }
+
+  bool m_IsRedo;
+  std::span<const zam::PlaceWrite> m_Next;  ///< of one modification
+  std::span<const zam::PlaceWrite> m_Rest;
+};
+
+/// Writes the old or the new value of every change on a way into the tree, with the outcome of
+/// writing them one by one. If a place is alone and has been written to, only the last of its
+/// other values is written, at the end. The records of a whole value are made once for all of them.
 class ValueWriter {
 public:
-  ValueWriter(ZAMXml& xml, const IXMLDOMNodePtr& root, ChangeValue value)
-      : m_Xml(xml), m_Root(root), m_Value(value) {}
+  ValueWriter(ZAMXml& xml, const IXMLDOMNodePtr& root, Modifications list, const Way& way)
+      : m_Xml(xml),
+        m_Root(root),
+        m_List(list),
+        m_Way(way),
+        m_Value(way.m_IsRedo ? &ZAMXMLChangeItem::m_NewValue : &ZAMXMLChangeItem::m_OldValue) {}
   ValueWriter(const ValueWriter&) = delete;
   ValueWriter& operator=(const ValueWriter&) = delete;
   /// What still waits after an exception is written as far as that goes.
@@ -30,70 +101,59 @@ public:
     }
   }
 
-  void Add(const ZAMXMLModification& modification) {
-    Allocating([&] {
-      for (const ZAMXMLChangeItem* const item : modification.m_Changes) {
-        m_Steps.push_back({item, m_Places.Add(*item)});
+  void Write(zam::Places& places) {
+    Plan(places);
+    while (!m_Queue.empty()) {
+      const std::size_t step = m_Queue.top().second;
+      m_Queue.pop();
+      Take(m_Steps[step]);
+      if (m_Steps[step].m_Writes && !m_Steps[step].m_Target) {
+        m_Queue.emplace(m_Steps[step].m_Writes.Order(), step);
       }
-    });
-  }
-
-  void Write() {
-    Allocating([&] { Plan(); });
-    for (const Step& step : m_Steps) {
-      Take(*step.m_Item, m_States[step.m_nPlace]);
     }
     WriteWaiting();
   }
 
 private:
+  /// What there is to do at one place.
   struct Step {
-    const ZAMXMLChangeItem* m_Item;
-    std::size_t m_nPlace;
+    WritesOnWay m_Writes;
+    bool m_IsAlone;
+    IXMLDOMNodePtr m_Target;  ///< the element, once the writes up to the last may be left out
   };
-  struct State {
-    bool m_Alone = false;
-    IXMLDOMNodePtr m_Target;  ///< the element of a place where values may wait
-    const ZAMXMLChangeItem* m_Waiting = nullptr;
-  };
+  using Turn = std::pair<std::int64_t, std::size_t>;  ///< the order of a step's next write
 
-  template <class Work>
-  void Allocating(Work work) {
-    try {
-      work();
-    } catch (const std::bad_alloc&) {
-      m_Xml.ReportShortage();
-      throw _com_error(E_OUTOFMEMORY);
+  void Plan(zam::Places& places) {
+    const std::vector<bool>& alone = places.Alone();
+    std::vector<Turn> turns;
+    for (std::size_t place = 0; place < places.GetCount(); ++place) {
+      if (const WritesOnWay writes(places.Writes(place), m_Way); writes) {
+        turns.emplace_back(writes.Order(), m_Steps.size());
+        m_Steps.push_back({writes, alone[place], nullptr});
+      }
     }
+    m_Queue = Queue(std::greater<>(), std::move(turns));
   }
 
-  void Plan() {
-    m_States.resize(m_Places.GetCount());
-    const std::vector<bool> alone = m_Places.FindAlone();
-    for (std::size_t place = 0; place < alone.size(); ++place) {
-      m_States[place].m_Alone = alone[place];
-    }
+  const ZAMXMLChangeItem& Item(const zam::PlaceWrite& write) const {
+    return *m_List[static_cast<std::size_t>(write.m_nModification)]->GetChange(write.m_nItem);
   }
 
-  void Take(const ZAMXMLChangeItem& item, State& state) {
-    const _bstr_t& value = item.*m_Value;
-    if (state.m_Target && zam::IsXmlText(value.view())) {
-      state.m_Waiting = &item;
-      return;
-    }
-    state.m_Waiting = nullptr;
-    IXMLDOMNodePtr target =
-        state.m_Target ? state.m_Target : zam::FindOrAddChild(m_Xml, m_Root, item.m_Node);
-    if (Write(item, target) && state.m_Alone) {
-      state.m_Target = target;
+  void Take(Step& step) {
+    const ZAMXMLChangeItem& item = Item(step.m_Writes.Next());
+    IXMLDOMNodePtr target = zam::FindOrAddChild(m_Xml, m_Root, item.m_Node);
+    const bool mayWait = Write(item, target) && step.m_IsAlone;
+    step.m_Writes.Pass();
+    if (mayWait && step.m_Writes) {
+      step.m_Target = target;
     }
     target.Release();
   }
 
   void WriteWaiting() {
-    for (State& state : m_States) {
-      if (state.m_Waiting != nullptr) {
-        Write(*std::exchange(state.m_Waiting, nullptr), state.m_Target);
+    for (Step& step : m_Steps) {
+      if (IXMLDOMNodePtr target = std::exchange(step.m_Target, nullptr)) {
+        Write(Item(step.m_Writes.Last()), target);
       }
     }
   }
@@ -121,28 +181,49 @@ private:
 
   ZAMXml& m_Xml;
   const IXMLDOMNodePtr& m_Root;
-  ChangeValue m_Value;
+  Modifications m_List;
+  Way m_Way;
+  _bstr_t ZAMXMLChangeItem::*m_Value;
   ZAMXMLName m_Name;
   ZAMXMLStatement m_Statements;
-  zam::Places m_Places;
   std::vector<Step> m_Steps;
-  std::vector<State> m_States;
+  using Queue = std::priority_queue<Turn, std::vector<Turn>, std::greater<>>;
+  Queue m_Queue;
 };
+
+/// Takes a step of the plan, which may run out of memory.
+template <class Work>
+auto Planning(ZAMXml& xml, Work work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    xml.ReportShortage();
+    throw _com_error(E_OUTOFMEMORY);
+  }
+}
+
+/// Moves along a way for which nothing is known.
+void Move(ZAMXml& xml, const IXMLDOMNodePtr& root, Modifications list, const Way& way) {
+  zam::Places places;
+  ValueWriter writer(xml, root, list, way);
+  Planning(xml, [&] {
+    for (int index = way.m_nFirst; index <= way.m_nLast; ++index) {
+      places.Add(*list[static_cast<std::size_t>(index)], index);
+    }
+    writer.Write(places);
+  });
+}
 
 }  // namespace
 
 void ZAMXMLModificationGroup::RedoModification(ZAMXml& xml, IXMLDOMNodePtr& root,
                                                ZAMXMLModification* modification) {
-  ValueWriter writer(xml, root, &ZAMXMLChangeItem::m_NewValue);
-  writer.Add(*modification);
-  writer.Write();
+  Move(xml, root, {&modification, 1}, {0, 0, true});
 }
 
 void ZAMXMLModificationGroup::UndoModification(ZAMXml& xml, IXMLDOMNodePtr& root,
                                                ZAMXMLModification* modification) {
-  ValueWriter writer(xml, root, &ZAMXMLChangeItem::m_OldValue);
-  writer.Add(*modification);
-  writer.Write();
+  Move(xml, root, {&modification, 1}, {0, 0, false});
 }
 
 int ZAMXMLModificationGroup::ApplyModifications(ZAMXml& xml, ZAMTextView rootPath, int current,
@@ -155,17 +236,23 @@ int ZAMXMLModificationGroup::ApplyModifications(ZAMXml& xml, ZAMTextView rootPat
     return 0;
   }
   const bool redo = current < target;
-  ValueWriter writer(xml, root,
-                     redo ? &ZAMXMLChangeItem::m_NewValue : &ZAMXMLChangeItem::m_OldValue);
-  if (redo) {
-    for (int index = current + 1; index <= target; ++index) {
-      writer.Add(*GetModification(index));
-    }
-  } else {
-    for (int index = current; index > target; --index) {
-      writer.Add(*GetModification(index));
-    }
+  const Way way{std::min(current, target) + 1, std::max(current, target), redo};
+  // The position before the list is -1.
+  GetModification(redo ? way.m_nFirst : way.m_nLast);
+  const Modifications list(m_ModificationList.begin(), m_ModificationList.end());
+  // What is known of the whole list has to be compared with it first.
+  constexpr int FarFromWhole = 8;
+  if (way.Length() < GetCount() / FarFromWhole) {
+    Move(xml, root, list, way);
+    return 1;
   }
-  writer.Write();
+  ValueWriter writer(xml, root, list, way);
+  Planning(xml, [&] {
+    if (m_pKnown == nullptr) {
+      m_pKnown = std::make_unique<zam::KnownList>();
+    }
+    m_pKnown->Learn(*this);
+    writer.Write(m_pKnown->WrittenPlaces(*this));
+  });
   return 1;
 }

@@ -1,6 +1,5 @@
+#include "changes/list_access.h"
 #include "changes/owned_entries.h"
-#include "changes/rereading.h"
-#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 

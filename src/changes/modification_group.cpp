@@ -1,15 +1,41 @@
+#include <exception>
 #include <utility>
 
+#include "changes/known_list.h"
+#include "changes/list_access.h"
 #include "changes/owned_entries.h"
-#include "changes/rereading.h"
-#include "changes/rewriting.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
+
+namespace {
+
+/// Hands each Modification among the raw children of a section to the body with its tree and
+/// cursor, until the body returns false.
+template <class Body>
+bool ForEachRaw(const zam::RawSection& section, Body body) {
+  static constexpr zam::FieldName Name(u"Modification");
+  for (zam::RawParts parts(section); parts.Next();) {
+    for (auto child = parts.Element().Below(Name); child; child = child.Next(Name)) {
+      if (!body(parts.Tree(), child)) {
+        return false;
+      }
+    }
+    if (parts.Tree().RanOutOfMemory() != 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
 
 ZAMXMLModificationGroup::ZAMXMLModificationGroup() = default;
 ZAMXMLModificationGroup::~ZAMXMLModificationGroup() { Clear(); }
 
-void ZAMXMLModificationGroup::Clear() { zam::DeleteEntries(m_ModificationList); }
+void ZAMXMLModificationGroup::Clear() {
+  m_pKnown.reset();
+  zam::DeleteEntries(m_ModificationList);
+}
 
 int ZAMXMLModificationGroup::GetCount() const { return m_ModificationList.GetCount(); }
 
@@ -19,14 +45,18 @@ ZAMXMLModification* ZAMXMLModificationGroup::GetModification(int index) const {
 
 int ZAMXMLModificationGroup::ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    zam::ReadEntries(m_ModificationList, xml, zam::FieldCursor(xml, element), u"Modification", log);
+    const zam::RawSection section(xml, element);
+    const bool readRaw = section && zam::ListAccess::ReadRaw(*this, section);
+    const zam::FieldCursor rest = readRaw ? section.Rest() : zam::FieldCursor(xml, element);
+    zam::ReadEntries(m_ModificationList, xml, rest, u"Modification", log,
+                     readRaw ? section.GetCount() : 0);
     return 1;
   });
 }
 
 int ZAMXMLModificationGroup::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
-    const int written = zam::CountWritten(*this, xml, element);
+    const int written = zam::ListAccess::CountWritten(*this, xml, element);
     if (written == 0) {
       xml.RemoveChildNodeAll(element);
     }
@@ -35,14 +65,60 @@ int ZAMXMLModificationGroup::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZA
   });
 }
 
-int zam::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former, ZAMXml& xml,
-                   const IXMLDOMNodePtr& element, ZAMLog* log) {
+zam::KnownList& zam::ListAccess::Known(ZAMXMLModificationGroup& list) {
+  if (list.m_pKnown == nullptr) {
+    list.m_pKnown = std::make_unique<KnownList>();
+  }
+  return *list.m_pKnown;
+}
+
+bool zam::ListAccess::IsRawRead(const ZAMXMLModificationGroup& list,
+                                const RawSection& section) noexcept {
+  return list.m_pKnown != nullptr &&
+         list.m_pKnown->IsRead(section.Children(), section.GetCount(), list);
+}
+
+bool zam::ListAccess::ReadRaw(ZAMXMLModificationGroup& list, const RawSection& section) {
+  auto& entries = list.m_ModificationList;
+  const int before = entries.GetCount();
+  bool isRead = false;
+  try {
+    isRead = ForEachRaw(section, [&](ZAMXml& part, const FieldCursor& child) {
+      const int count = entries.GetCount();
+      ReadEntry(entries, part, child, 0, nullptr);
+      return entries.GetCount() > count && part.GetLogCount() == 0;
+    });
+    if (isRead && before == 0) {
+      Known(list).Learn(list);
+      list.m_pKnown->SetRead(section.Children());
+    }
+  } catch (const std::exception&) {
+    // Without memory for all at once, the section is read like any other.
+    isRead = false;
+  }
+  while (!isRead && entries.GetCount() > before) {
+    const std::unique_ptr<ZAMXMLModification> entry(entries[entries.GetCount() - 1]);
+    entries.RemoveAt(entries.GetCount() - 1);
+  }
+  return isRead;
+}
+
+int zam::ListAccess::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former,
+                               ZAMXml& xml, const IXMLDOMNodePtr& element, ZAMLog* log) {
   auto& entries = list.m_ModificationList;
   auto& known = former.m_ModificationList;
   return RunGuarded(xml, element, log, [&] {
+    const RawSection section(xml, element);
+    const bool isRaw = section && IsRawRead(former, section);
+    int position = 0;
+    for (; isRaw && position < section.GetCount(); ++position) {
+      entries.Add(known[position]);
+      known[position] = nullptr;
+    }
+    list.m_pKnown = std::move(former.m_pKnown);
     const FieldName name(u"Modification");
-    FieldCursor child = FieldCursor(xml, element).Below(name);
-    for (int position = 0; child; child = child.Next(name), ++position) {
+    FieldCursor child = (isRaw ? section.Rest() : FieldCursor(xml, element)).Below(name);
+    for (; child; child = child.Next(name), ++position) {
       const int index = entries.GetCount();
       if (index < known.GetCount() && Holds(child, *known[index])) {
         entries.Add(known[index]);
@@ -55,8 +131,11 @@ int zam::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& forme
   });
 }
 
-void zam::TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& list) {
+void zam::ListAccess::TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& list) {
   auto& known = former.m_ModificationList;
+  if (former.m_pKnown == nullptr) {
+    former.m_pKnown = std::move(list.m_pKnown);
+  }
   for (int index = known.GetCount() - 1; index >= 0; --index) {
     if (known[index] == nullptr && index < list.GetCount()) {
       std::swap(known[index], list.m_ModificationList[index]);
@@ -67,14 +146,34 @@ void zam::TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& lis
   }
 }
 
-int zam::CountWritten(const ZAMXMLModificationGroup& list, ZAMXml& xml,
-                      const IXMLDOMNodePtr& element) {
+void zam::ListAccess::Swap(ZAMXMLModificationGroup& left, ZAMXMLModificationGroup& right) noexcept {
+  std::swap(left.m_ModificationList, right.m_ModificationList);
+  std::swap(left.m_pKnown, right.m_pKnown);
+}
+
+int zam::ListAccess::CountWritten(ZAMXMLModificationGroup& list, ZAMXml& xml,
+                                  const IXMLDOMNodePtr& element) {
+  const RawSection section(xml, element);
   int count = 0;
-  for (WrittenCursor cursor(xml, element); !cursor.IsAtEnd(); ++count) {
-    if (count == list.GetCount() || !cursor.Next(u"Modification") ||
-        !IsWritten(cursor.Inside(), *list.GetModification(count))) {
-      return 0;
+  const auto isWritten = [&](WrittenCursor cursor) {
+    for (; !cursor.IsAtEnd(); ++count) {
+      if (count == list.GetCount() || !cursor.Next(u"Modification") ||
+          !IsWritten(cursor.Inside(), *list.GetModification(count))) {
+        return false;
+      }
     }
-  }
-  return count;
+    return true;
+  };
+  const auto isRawWritten = [&] {
+    RawParts parts(section);
+    while (parts.Next()) {
+      if (!isWritten(parts.Written(section.WrittenRest()))) {
+        return false;
+      }
+    }
+    return true;
+  };
+  const bool isRaw = section && IsRawRead(list, section) && list.m_pKnown->IsWritten(isRawWritten);
+  count = isRaw ? section.GetCount() : 0;
+  return isWritten(isRaw ? section.WrittenRest() : WrittenCursor(xml, element)) ? count : 0;
 }

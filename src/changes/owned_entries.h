@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "changes/rereading.h"
+#include "changes/list_access.h"
 #include "records/record.h"
 #include "zamxml/platform/array.h"
 
@@ -29,12 +29,12 @@ void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, const FieldCursor& child,
   }
 }
 
-/// Appends the entries that can be read.
+/// Appends the entries that can be read. The first element is the index-th of its name.
 template <class Entry>
 void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, FieldCursor element, const FieldName& name,
-                 ZAMLog* log) {
+                 ZAMLog* log, int index = 0) {
   FieldCursor child = element.Below(name);
-  for (int index = 0; child; child = child.Next(name), ++index) {
+  for (; child; child = child.Next(name), ++index) {
     ReadEntry(entries, xml, child, index, log);
   }
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "platform/utf.h"
 #include "platform/xml/name_escape.h"
 #include "platform/xml/path.h"
 
@@ -50,21 +51,36 @@ std::size_t Places::Hash::operator()(const Place& place) const noexcept {
   return hash(place.m_Node) + 31 * attribute + static_cast<std::size_t>(place.m_Type);
 }
 
-std::size_t Places::Add(const ZAMXMLChangeItem& item) {
-  const auto [known, added] = m_Numbers.try_emplace(Place(item), m_Places.size());
-  if (added) {
-    m_Places.push_back(known->first);
-    m_Meetings.push_back(0);
+void Places::Add(const ZAMXMLModification& modification, int index) {
+  int item = 0;
+  for (const ZAMXMLChangeItem* const change : modification.m_Changes) {
+    const auto [known, added] = m_Numbers.try_emplace(Place(*change), m_Places.size());
+    const std::size_t number = known->second;
+    if (added) {
+      m_Places.push_back(known->first);
+      m_Writes.emplace_back();
+      m_Carried.push_back(true);
+    }
+    m_Writes[number].push_back({index, item++});
+    m_Carried[number] = m_Carried[number] && IsXmlText(change->m_OldValue.view()) &&
+                        IsXmlText(change->m_NewValue.view());
+    m_IsAloneKnown = false;
   }
-  ++m_Meetings[known->second];
-  return known->second;
 }
 
-std::vector<bool> Places::FindAlone() const {
-  std::vector<bool> alone(m_Places.size(), false);
-  const auto isRepeated = [this](std::size_t number) { return m_Meetings[number] > 2; };
-  if (std::ranges::none_of(m_Meetings, [](int meetings) { return meetings > 2; })) {
-    return alone;
+const std::vector<bool>& Places::Alone() {
+  if (!m_IsAloneKnown) {
+    FindAlone();
+    m_IsAloneKnown = true;
+  }
+  return m_Alone;
+}
+
+void Places::FindAlone() {
+  m_Alone.assign(m_Places.size(), false);
+  const auto isRepeated = [this](std::size_t number) { return m_Writes[number].size() > 2; };
+  if (std::ranges::none_of(m_Writes, [](const auto& writes) { return writes.size() > 2; })) {
+    return;
   }
   const std::vector<StoredPlace> places(m_Places.begin(), m_Places.end());
   std::unordered_map<std::string_view, int> sharers;   // places of one key, where one is repeated
@@ -96,10 +112,10 @@ std::vector<bool> Places::FindAlone() const {
       for (std::string_view above = place.Element(); !inRecord && CutLastStep(above);) {
         inRecord = records.contains(above);
       }
-      alone[number] = sharers[place.m_Key] == 1 && !isAbove[place.Element()] && !inRecord;
+      m_Alone[number] =
+          m_Carried[number] && sharers[place.m_Key] == 1 && !isAbove[place.Element()] && !inRecord;
     }
   }
-  return alone;
 }
 
 }  // namespace zam

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "changes/rereading.h"
+#include "changes/list_access.h"
 #include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
@@ -93,15 +93,15 @@ void ZAMXMLFile::RestoreList() {
 /// The list in memory is the whole history; a reading that fails must not shorten it.
 int ZAMXMLFile::RereadRecords(int position) {
   ZAMXMLModificationGroup kept;
-  std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
+  zam::ListAccess::Swap(kept, m_Modifications);
   const zam::Scoped former(m_pFormerList, &kept);
   m_nStale = 1;
   const unsigned int session = Session();
   const auto putBack = [&] {
     // A hook may have closed the document, or opened another.
     if (session == Session()) {
-      zam::TakeBack(kept, m_Modifications);
-      std::swap(kept.m_ModificationList, m_Modifications.m_ModificationList);
+      zam::ListAccess::TakeBack(kept, m_Modifications);
+      zam::ListAccess::Swap(kept, m_Modifications);
       m_nHistory = position;
     }
   };

@@ -2,10 +2,14 @@
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "platform/system.h"
+#include "platform/xml/raw.h"
 #include "zamxml/document.h"
 #include "zamxml/platform/util.h"
 
 ZAMXMLFile::ZAMXMLFile() {
+  for (ZAMXml* const tree : {&m_Xml, &m_CloneXml}) {
+    zam::RawSection::Choose(*tree, zam::ModificationsName);
+  }
   m_CloneXml.SetDurable(0);
   SetDefaultDocInfo(u"UNKNOWN", u"NA", u"0.0.0.0", u"KESTRANE Co.,Ltd.", u"KESTRANE ZAM");
   ZAMXMLFile::Clear();

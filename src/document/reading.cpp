@@ -1,6 +1,6 @@
 #include <utility>
 
-#include "changes/rereading.h"
+#include "changes/list_access.h"
 #include "document/road.h"
 #include "document/sections.h"
 #include "platform/codes.h"
@@ -11,7 +11,7 @@ namespace {
 /// The list of modifications, read for the first time or, with a former list, once more.
 struct Rereading {
   int ReadFromXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
-    return m_pFormer != nullptr ? zam::ReadAgain(m_List, *m_pFormer, xml, element, log)
+    return m_pFormer != nullptr ? zam::ListAccess::ReadAgain(m_List, *m_pFormer, xml, element, log)
                                 : m_List.ReadFromXML(xml, element, log);
   }
 

@@ -103,6 +103,9 @@ public:
   /// Same as a std::u8string, from which a std::filesystem::path can be made.
   std::u8string u8string() const;
 
+  /// Returns true if both share their units, or both are null. Such texts are equal; others may be.
+  bool SharesUnits(const _bstr_t& other) const noexcept { return m_Units == other.m_Units; }
+
   /// Returns true for a null text. An empty text is not null.
   bool operator!() const noexcept { return m_Units == nullptr; }
 

@@ -12,6 +12,8 @@ struct ZAMXmlNode;
 struct ZAMXmlDocument;
 namespace zam {
 class FieldCursor;
+class RawParts;
+class RawSection;
 class Replacement;
 class WrittenCursor;
 }  // namespace zam
@@ -216,6 +218,8 @@ protected:
 
 private:
   friend class zam::FieldCursor;
+  friend class zam::RawParts;
+  friend class zam::RawSection;
   friend class zam::Replacement;
   friend class zam::WrittenCursor;
   struct ZAMXML_LOCAL Access;
@@ -225,6 +229,7 @@ private:
   int Replace(std::unique_ptr<ZAMXmlDocument> document);
 
   std::unique_ptr<ZAMXmlDocument> m_Document;
+  const char* m_RawSection = "";  ///< the section whose children may stay raw
   int m_nDurable = 1;
   int m_nShortages = 0;
   ZAMLog* m_pWarningLog = nullptr;

@@ -12,9 +12,17 @@
 struct ZAMXml::Access {
   ZAMXml& m_Xml;
 
-  /// The element behind a handle of this document, or a null node.
-  pugi::xml_node Element(const IXMLDOMNodePtr& handle) const noexcept {
+  /// The element behind a handle of this document, or a null node. Its children may be raw.
+  pugi::xml_node Itself(const IXMLDOMNodePtr& handle) const noexcept {
     return m_Xml.HasNode(handle) != 0 ? handle.m_Node->m_Node : pugi::xml_node();
+  }
+  /// The same for a step that looks at the children. Raises std::bad_alloc.
+  pugi::xml_node Element(const IXMLDOMNodePtr& handle) const {
+    const pugi::xml_node element = Itself(handle);
+    if (element) {
+      m_Xml.m_Document->RequireNodes(element);
+    }
+    return element;
   }
 
   pugi::xml_node Child(const IXMLDOMNodePtr& handle, ZAMTextView path, int index) const;
@@ -54,12 +62,20 @@ struct ZAMXml::Access {
     }
   }
 
+  /// Element, outside Allocating. Raises _com_error (E_OUTOFMEMORY).
+  pugi::xml_node Present(const IXMLDOMNodePtr& handle) const {
+    return Allocating([&] { return Element(handle); });
+  }
+
   static std::string PathOf(pugi::xml_node element, int index);
 };
 
 template <class Text>
 int ZAMXml::Access::GetText(pugi::xml_node element, Text& text) const {
   std::string joined;
+  if (element) {
+    m_Xml.m_Document->RequireNodes(element);
+  }
   Assign(text, element ? ZAMXmlDocument::Text(element, joined) : std::string_view());
   return element ? 1 : 0;
 }

@@ -34,6 +34,7 @@ pugi::xml_node ZAMXmlDocument::Child(pugi::xml_node parent, std::string_view nam
   if (index < 0) {
     return {};
   }
+  RequireNodes(parent);
   if (const zam::ElementMemory* const memory = FindMemory(parent);
       memory != nullptr && memory->m_Children) {
     return At(*memory->m_Children, name, index);
@@ -54,6 +55,7 @@ pugi::xml_node ZAMXmlDocument::Child(pugi::xml_node parent, std::string_view nam
 }
 
 int ZAMXmlDocument::ChildCount(pugi::xml_node parent, std::string_view name) {
+  RequireNodes(parent);
   if (const zam::ElementMemory* const memory = FindMemory(parent);
       memory != nullptr && memory->m_Children) {
     const auto named = memory->m_Children->find(name);

@@ -15,6 +15,13 @@ int DepthOf(pugi::xml_node node) {
   return depth;
 }
 
+bool IsInside(pugi::xml_node node, pugi::xml_node subtree) {
+  while (node && node != subtree) {
+    node = node.parent();
+  }
+  return static_cast<bool>(node);
+}
+
 bool HasElements(pugi::xml_node node) { return static_cast<bool>(ElementFrom(node.first_child())); }
 
 bool IsElement(pugi::xml_node node, std::string_view name) {
@@ -109,6 +116,9 @@ void ZAMXmlDocument::Forget(pugi::xml_node element) noexcept {
 
 void ZAMXmlDocument::Forget(pugi::xml_node subtree, bool itself) noexcept {
   m_LastWalk = {};
+  if (m_Raw && zam::IsInside(m_Raw->m_Parent, subtree)) {
+    m_Raw.reset();
+  }
   pugi::xml_node node = subtree;
   while (!m_Notes.empty()) {
     if (node.type() == pugi::node_element && (itself || node != subtree)) {
@@ -215,7 +225,8 @@ void ZAMXmlDocument::RemoveElements(pugi::xml_node parent, const zam::Path& path
   }
 }
 
-zam::Nodes ZAMXmlDocument::All(pugi::xml_node parent, std::string_view name) const {
+zam::Nodes ZAMXmlDocument::All(pugi::xml_node parent, std::string_view name) {
+  RequireNodes(parent);
   const zam::ElementMemory* const memory = FindMemory(parent);
   if (memory != nullptr && memory->m_Children) {
     const auto named = memory->m_Children->find(name);

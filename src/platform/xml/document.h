@@ -11,17 +11,33 @@
 
 #include "platform/xml/note.h"
 #include "platform/xml/path.h"
+#include "platform/xml/plain.h"
 #include "zamxml/platform/xml.h"
 
 namespace zam {
 class Insertion;
-}
+
+/// The first children of an element that are no nodes yet: bytes, as the writer writes them. Other
+/// children follow them, an element of their name among them.
+struct RawChildren {
+  pugi::xml_node m_Parent;
+  std::string_view m_Bytes;
+  std::vector<std::size_t> m_PartEnds;  ///< where the bytes can be cut, the last one their end
+  int m_Count;                          ///< child elements
+};
+}  // namespace zam
 
 /// One document in memory: the tree and the notes on its elements.
 struct ZAMXmlDocument {
   ZAMXmlDocument() = default;
   ZAMXmlDocument(const ZAMXmlDocument&) = delete;
   ZAMXmlDocument& operator=(const ZAMXmlDocument&) = delete;
+  /// Makes a document of a plain text, which a zero follows in its source. The document keeps the
+  /// source and points into it; what it has of a uniform section stays raw. Null when the text is
+  /// not plain.
+  static std::unique_ptr<ZAMXmlDocument> FromPlain(std::unique_ptr<char[]> source,
+                                                   std::string_view text,
+                                                   const zam::SectionPlaces& section);
   /// Leaves every handle dead.
   ~ZAMXmlDocument();
 
@@ -60,7 +76,7 @@ struct ZAMXmlDocument {
   /// Puts a child element into the place of another, which goes. Needs no memory.
   void Replace(pugi::xml_node parent, pugi::xml_node replaced, pugi::xml_node replacement) noexcept;
   /// All children of that name.
-  zam::Nodes All(pugi::xml_node parent, std::string_view name) const;
+  zam::Nodes All(pugi::xml_node parent, std::string_view name);
 
   /// The text of an element: its text and CDATA pieces joined. Where it has child elements, white
   /// space between them is formatting and does not count. The view is valid until the tree changes;
@@ -68,6 +84,8 @@ struct ZAMXmlDocument {
   static std::string_view Text(pugi::xml_node element, std::string& joined);
   /// The bytes as a text. Short texts that repeat share one.
   _bstr_t Shared(std::string_view bytes);
+  /// Exchanges the texts that are shared.
+  void SwapShared(ZAMXmlDocument& other) noexcept { m_LastTexts.swap(other.m_LastTexts); }
   /// Replaces the text; child elements, comments and formatting stay. A text that the element had
   /// when it was first replaced comes back in the same pieces and places.
   void SetText(pugi::xml_node element, const std::string& text);
@@ -75,6 +93,14 @@ struct ZAMXmlDocument {
   /// Learns how a loaded document is indented.
   void LearnIndentation();
 
+  /// The raw children, null if there are none. Nobody changes them.
+  const std::shared_ptr<const zam::RawChildren>& Raw() const noexcept { return m_Raw; }
+  /// Makes nodes of the raw children of an element. To be called before they are looked at.
+  void RequireNodes(pugi::xml_node parent) {
+    if (m_Raw && m_Raw->m_Parent == parent) {
+      MakeNodes();
+    }
+  }
   std::unique_ptr<char[]> m_Source;  ///< what names and texts of the tree may point into
   pugi::xml_document m_Tree;
   bool m_Lines = true;              ///< elements are on lines of their own
@@ -90,6 +116,12 @@ private:
     std::vector<int> m_Positions;  ///< which match of each step but the last
     int m_Before = 0;              ///< matches of the whole path before that place
   };
+
+  /// Makes the nodes of plain bytes that a zero follows, and points into them; all, or all but
+  /// those of a section's children up to the last but one. False if the bytes are not plain.
+  bool Load(char* bytes, std::size_t size);
+  bool LoadAround(char* bytes, std::string_view text, const zam::SectionPlaces& section);
+  void MakeNodes();
 
   ZAMXmlNode* FindNote(pugi::xml_node element) const noexcept;
   ZAMXmlNode& Note(pugi::xml_node element);
@@ -122,6 +154,7 @@ private:
   /// Whether the pieces fit among the element's other nodes as they did.
   static bool Fits(const zam::TextLayout& layout, const zam::Nodes& others);
 
+  std::shared_ptr<const zam::RawChildren> m_Raw;
   std::unordered_map<pugi::xml_node_struct*, ZAMXmlNode*> m_Notes;
   Walk m_LastWalk;
   std::array<_bstr_t, 256> m_LastTexts;  ///< short texts that were read, by a sum of their bytes
@@ -140,6 +173,9 @@ int DepthOf(pugi::xml_node node);
 
 /// The node or the first element among its next siblings; null when there is none.
 pugi::xml_node ElementFrom(pugi::xml_node node);
+
+/// Whether the node is the top of the subtree or below it.
+bool IsInside(pugi::xml_node node, pugi::xml_node subtree);
 
 bool HasElements(pugi::xml_node node);
 /// The name is not empty.

@@ -6,8 +6,8 @@
 
 namespace zam {
 
-FieldCursor::FieldCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept
-    : FieldCursor(xml, ZAMXml::Access{xml}.Element(element).internal_object()) {}
+FieldCursor::FieldCursor(ZAMXml& xml, const IXMLDOMNodePtr& element)
+    : FieldCursor(xml, StructureOf(ZAMXml::Access{xml}.Present(element))) {}
 
 FieldCursor FieldCursor::Below(const FieldName& name) {
   return ZAMXml::Access{*m_Xml}.Allocating(

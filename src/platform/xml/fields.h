@@ -42,7 +42,7 @@ private:
 class FieldCursor {
 public:
   /// The element is one of the tree and outlives the cursor.
-  FieldCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept;
+  FieldCursor(ZAMXml& xml, const IXMLDOMNodePtr& element);
 
   /// Cursors on the first child of that name, and on the next sibling; false when there is none.
   FieldCursor Below(const FieldName& name);
@@ -73,6 +73,8 @@ public:
   IXMLDOMNodePtr ChildToWrite(const FieldName& name);
 
 private:
+  friend class RawParts;
+  friend class RawSection;
   FieldCursor(ZAMXml& xml, pugi::xml_node_struct* element) noexcept
       : m_Xml(&xml), m_Element(element) {}
 

@@ -48,7 +48,12 @@ bool Is(char c, unsigned int kinds) { return (Kinds[static_cast<unsigned char>(c
 /// is not plain.
 class Scanner {
 public:
-  explicit Scanner(std::string_view text) : m_At(text.data()), m_End(m_At + text.size()) {}
+  Scanner(std::string_view text, std::string_view section, SectionPlaces& places)
+      : m_Begin(text.data()),
+        m_At(m_Begin),
+        m_End(m_At + text.size()),
+        m_Section(section),
+        m_Places(places) {}
 
   bool Document() {
     bool hasRoot = false;
@@ -104,7 +109,17 @@ private:
   bool Attributes();
   bool Value();
   bool Text();
+  /// One of the references that are known, of which the writer makes the first ones in texts.
   bool Reference();
+  /// What the writer would write otherwise.
+  void Deviate() { m_IsWritten = false; }
+
+  std::size_t Place() const { return static_cast<std::size_t>(m_At - m_Begin); }
+  /// Take note of where elements of the first levels begin and end.
+  void NoteStart(std::string_view name);
+  void NoteEnd(std::size_t endTag);
+  void NoteChild();
+  void NoteSectionEnd(std::size_t endTag);
   bool Comment() { return Take("<!--") && Verbatim("--") && Take('>'); }
   /// Characters as they are, up to an end, which is passed.
   bool Verbatim(std::string_view end);
@@ -112,9 +127,18 @@ private:
   void SkipText();
   bool IsNoncharacter() const { return IsNext("\xEF\xBF\xBE") || IsNext("\xEF\xBF\xBF"); }
 
+  const char* m_Begin;
   const char* m_At;
   const char* m_End;
   std::vector<std::string_view> m_Open;
+  std::size_t m_Opened = 0;  ///< behind the last start tag
+  std::string_view m_Section;
+  SectionPlaces& m_Places;
+  bool m_InSection = false;
+  std::string_view m_Child;     ///< name of the section's last child,
+  std::size_t m_ChildEnd = 0;   ///< and its end
+  std::size_t m_PartBegin = 0;  ///< behind the last part that has ended
+  bool m_IsWritten = true;      ///< whether the section's content is as the writer makes it
 };
 
 void Scanner::SkipText() {
@@ -137,8 +161,13 @@ void Scanner::SkipText() {
 }
 
 bool Scanner::Reference() {
-  for (const std::string_view known :
-       {"&lt;", "&gt;", "&amp;", "&quot;", "&apos;", "&#9;", "&#10;", "&#13;"}) {
+  for (const std::string_view known : {"&lt;", "&gt;", "&amp;", "&#13;"}) {
+    if (Take(known)) {
+      return true;
+    }
+  }
+  Deviate();
+  for (const std::string_view known : {"&quot;", "&apos;", "&#9;", "&#10;"}) {
     if (Take(known)) {
       return true;
     }
@@ -162,6 +191,7 @@ bool Scanner::Text() {
         if (std::string_view(start, static_cast<std::size_t>(m_At - start)).ends_with("]]")) {
           return false;
         }
+        Deviate();
         ++m_At;
         break;
       case '"':
@@ -171,6 +201,10 @@ bool Scanner::Text() {
       default:
         if (*m_At != '\xEF' || IsNoncharacter()) {
           return false;
+        }
+        if (m_At == start) {
+          Deviate();  // It may be a byte order mark, which is not read at the front of raw
+                      // children.
         }
         ++m_At;
     }
@@ -212,7 +246,11 @@ bool Scanner::Verbatim(std::string_view end) {
 
 bool Scanner::Attributes() {
   std::array<std::string_view, 8> names;
-  for (std::size_t count = 0; SkipBlanks() && Is(*m_At, NameStart); ++count) {
+  for (std::size_t count = 0; SkipBlanks(); ++count) {
+    Deviate();
+    if (!Is(*m_At, NameStart)) {
+      return true;
+    }
     if (count == names.size() || !Name(names[count]) ||
         std::find(names.begin(), names.begin() + count, names[count]) != names.begin() + count) {
       return false;
@@ -229,25 +267,88 @@ bool Scanner::Attributes() {
   return true;
 }
 
+void Scanner::NoteStart(std::string_view name) {
+  if (m_InSection) {
+    if (m_Open.size() == 3 && std::exchange(m_Child, name) != name && m_Places.m_Count > 0) {
+      Deviate();
+    }
+  } else if (m_Open.size() == 1) {
+    m_Places.m_Root = name;
+  } else if (m_Open.size() == 2 && name == m_Section && m_Places.m_Content == 0) {
+    m_Places.m_Content = m_PartBegin = Place();
+    m_InSection = true;
+    m_IsWritten = true;
+  }
+}
+
+void Scanner::NoteEnd(std::size_t endTag) {
+  if (m_Open.size() == 2 && m_InSection) {
+    NoteChild();
+  } else if (m_Open.size() == 1 && m_InSection) {
+    NoteSectionEnd(endTag);
+  } else if (m_Open.empty()) {
+    m_Places.m_RootEndTag = endTag;
+    m_Places.m_RootEnd = Place();
+  }
+}
+
+void Scanner::NoteChild() {
+  constexpr std::size_t PartSize = 1 << 15;
+  ++m_Places.m_Count;
+  m_Places.m_LastChild = std::exchange(m_ChildEnd, Place());
+  if (m_Places.m_LastChild >= m_PartBegin + PartSize) {
+    m_PartBegin = m_Places.m_LastChild;
+    m_Places.m_PartEnds.push_back(m_PartBegin);
+  }
+}
+
+void Scanner::NoteSectionEnd(std::size_t endTag) {
+  m_InSection = false;
+  m_Places.m_Name = m_Section;
+  m_Places.m_EndTag = endTag;
+  m_Places.m_End = Place();
+  m_Places.m_IsUniform = m_IsWritten && m_Places.m_Count > 1;
+  if (m_Places.m_LastChild != m_PartBegin) {
+    m_Places.m_PartEnds.push_back(m_Places.m_LastChild);
+  }
+}
+
 bool Scanner::StartTag() {
   std::string_view name;
   if (!Take('<') || !Name(name) || !Attributes()) {
     return false;
   }
-  if (Take('/')) {
-    return Take('>') && m_Open.size() < MaximumDepth;
+  const bool empty = Take('/');
+  if (!Take('>') || m_Open.size() >= MaximumDepth) {
+    return false;
   }
   m_Open.push_back(name);
-  return Take('>') && m_Open.size() <= MaximumDepth;
+  m_Opened = Place();
+  NoteStart(name);
+  if (empty) {
+    m_Open.pop_back();
+    NoteEnd(Place());
+  }
+  return true;
 }
 
 bool Scanner::EndTag() {
+  const std::size_t tag = Place();
+  if (tag == m_Opened) {
+    Deviate();
+  }
   if (!Take("</") || !Take(m_Open.back())) {
     return false;
   }
-  SkipBlanks();
+  if (SkipBlanks()) {
+    Deviate();
+  }
   m_Open.pop_back();
-  return Take('>');
+  if (!Take('>')) {
+    return false;
+  }
+  NoteEnd(tag);
+  return true;
 }
 
 /// An element with all that it holds.
@@ -292,6 +393,8 @@ bool IsPlainBlock(const char* bytes) {
   return (stops & inEachByte(0x80)) == 0;
 }
 
-bool IsPlainDocument(std::string_view text) { return Scanner(text).Document(); }
+bool IsPlainDocument(std::string_view text, std::string_view section, SectionPlaces& places) {
+  return Scanner(text, section, places).Document();
+}
 
 }  // namespace zam

@@ -465,20 +465,15 @@ std::unique_ptr<ZAMXmlDocument> Reader::Read() {
   return std::move(m_Document);
 }
 
-/// Makes a document of a plain text. The tree keeps the bytes and points into them.
-std::unique_ptr<ZAMXmlDocument> ReadPlain(const XmlText& text, FileBytes bytes) {
-  auto document = std::make_unique<ZAMXmlDocument>();
-  const std::string_view content = text.Content();
-  document->m_Source = std::move(bytes.m_Bytes);
-  const auto start = static_cast<std::size_t>(content.data() - document->m_Source.get());
-  // The zero behind the text counts too: otherwise the last byte would.
-  const auto result = document->m_Tree.load_buffer_inplace(
-      document->m_Source.get() + start, content.size() + 1,
-      pugi::parse_cdata | pugi::parse_comments | pugi::parse_escapes | pugi::parse_fragment |
-          pugi::parse_wconv_attribute | pugi::parse_ws_pcdata,
-      pugi::encoding_utf8);
-  Require(result.status != pugi::status_out_of_memory);
-  if (!result) {
+/// Makes a document of a plain text; null when the text is not plain.
+std::unique_ptr<ZAMXmlDocument> ReadPlain(const XmlText& text, FileBytes& bytes,
+                                          std::string_view rawSection) {
+  SectionPlaces section;
+  if (!text.m_Converted.empty() || !IsPlainDocument(text.Content(), rawSection, section)) {
+    return nullptr;
+  }
+  auto document = ZAMXmlDocument::FromPlain(std::move(bytes.m_Bytes), text.Content(), section);
+  if (!document) {
     throw Refusal(text.m_Text, 0, "this is no well-formed XML");
   }
   if (text.m_Declaration.m_Size > 0) {
@@ -489,14 +484,17 @@ std::unique_ptr<ZAMXmlDocument> ReadPlain(const XmlText& text, FileBytes bytes) 
 
 }  // namespace
 
-std::unique_ptr<ZAMXmlDocument> ReadDocument(FileBytes bytes, std::string& reason) {
+std::unique_ptr<ZAMXmlDocument> ReadDocument(FileBytes bytes, std::string_view rawSection,
+                                             std::string& reason) {
   try {
     const XmlText text(bytes.View());
     if (text.m_Text.size() > MaximumSize) {
       throw Refusal(text.m_Text, 0, "the document is longer than 2147483647 bytes");
     }
-    const bool plain = text.m_Converted.empty() && IsPlainDocument(text.Content());
-    auto document = plain ? ReadPlain(text, std::move(bytes)) : Reader(text).Read();
+    auto document = ReadPlain(text, bytes, rawSection);
+    if (!document) {
+      document = Reader(text).Read();
+    }
     document->LearnIndentation();
     return document;
   } catch (const Refusal& refusal) {

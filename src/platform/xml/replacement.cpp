@@ -49,7 +49,7 @@ IXMLDOMNodePtr Replacement::Prepare(const FieldName& name, pugi::xml_node_struct
 
 IXMLDOMNodePtr Replacement::Copy(const FieldName& name) {
   const ZAMXml::Access access{m_Xml};
-  const pugi::xml_node parent = access.Element(m_Element);
+  const pugi::xml_node parent = access.Itself(m_Element);
   const pugi::xml_node first = access.Allocating(
       [&] { return parent ? m_Xml.m_Document->Child(parent, name.view(), 0) : pugi::xml_node(); });
   return Prepare(name, first.internal_object());
@@ -70,7 +70,7 @@ void Replacement::Drop(const FieldName& name) {
 }
 
 void Replacement::Keep() noexcept {
-  const pugi::xml_node parent = ZAMXml::Access{m_Xml}.Element(m_Element);
+  const pugi::xml_node parent = ZAMXml::Access{m_Xml}.Itself(m_Element);
   for (const auto& [node, replaced] : m_Prepared) {
     if (replaced != nullptr) {
       m_Xml.m_Document->Replace(parent, pugi::xml_node(replaced), pugi::xml_node(node));
@@ -85,8 +85,7 @@ void Replacement::Keep() noexcept {
 
 void Replacement::Remove(pugi::xml_node_struct* child) noexcept {
   try {
-    m_Xml.m_Document->RemoveElement(ZAMXml::Access{m_Xml}.Element(m_Element),
-                                    pugi::xml_node(child));
+    m_Xml.m_Document->RemoveElement(ZAMXml::Access{m_Xml}.Itself(m_Element), pugi::xml_node(child));
   } catch (const std::exception&) {
     m_Xml.ReportShortage();  // white space that was there before is missing
   }

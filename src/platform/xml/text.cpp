@@ -95,6 +95,7 @@ _bstr_t ZAMXmlDocument::Shared(std::string_view bytes) {
 }
 
 void ZAMXmlDocument::SetText(pugi::xml_node element, const std::string& text) {
+  RequireNodes(element);
   zam::ElementMemory* const known = FindMemory(element);
   pugi::xml_node only = element.first_child();
   if (only && !only.next_sibling() && only.type() == pugi::node_pcdata && !IsBlank(text) &&

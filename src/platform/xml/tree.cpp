@@ -70,7 +70,7 @@ int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
       return Fail(zam::CodeNotRead, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
     auto file = std::make_shared<zam::FileIdentity>(bytes->m_Identity);
-    auto document = zam::ReadDocument(std::move(*bytes), reason);
+    auto document = zam::ReadDocument(std::move(*bytes), m_RawSection, reason);
     if (!document) {
       return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
     }
@@ -89,7 +89,7 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
     }
     std::size_t size = 0;
     const auto content = [&](const zam::WriteBlock& write) {
-      return zam::WriteDocument(m_Document->m_Tree, [&](std::string_view block) {
+      return zam::WriteDocument(*m_Document, [&](std::string_view block) {
         size += block.size();
         return size <= zam::MaximumSize && write(block);
       });
@@ -139,13 +139,13 @@ int ZAMXml::Copy(ZAMXml& source, ZAMLog* log) {
   try {
     std::string reason;
     std::string bytes;
-    zam::WriteDocument(source.m_Document->m_Tree, [&bytes](std::string_view block) {
+    zam::WriteDocument(*source.m_Document, [&bytes](std::string_view block) {
       bytes += block;
       return true;
     });
     auto copy = std::make_unique<ZAMXmlDocument>();
     if (source.m_Document->Root()) {
-      copy = zam::ReadDocument(zam::FileBytes::Copy(bytes), reason);
+      copy = zam::ReadDocument(zam::FileBytes::Copy(bytes), m_RawSection, reason);
     } else {
       copy->MakeEmpty();
     }
@@ -217,7 +217,7 @@ IXMLDOMNodePtr ZAMXml::AddChildNode(const IXMLDOMNodePtr& node, ZAMTextView name
                                     int /*index*/) {
   return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
     Access access{*this};
-    const pugi::xml_node parent = access.Element(node);
+    const pugi::xml_node parent = access.Itself(node);
     const pugi::xml_node added =
         parent ? m_Document->Add(parent, zam::Path(name.view())) : pugi::xml_node();
     if (!added) {
@@ -267,7 +267,7 @@ IXMLDOMNodePtr ZAMXml::GetFirstChildNode(const IXMLDOMNodePtr& node) {
 
 IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
   return Access{*this}.Allocating([&]() -> IXMLDOMNodePtr {
-    const pugi::xml_node element = Access{*this}.Element(node);
+    const pugi::xml_node element = Access{*this}.Itself(node);
     return element ? m_Document->Handle(zam::ElementFrom(element.next_sibling()))
                    : IXMLDOMNodePtr();
   });
@@ -275,7 +275,7 @@ IXMLDOMNodePtr ZAMXml::GetNextNode(const IXMLDOMNodePtr& node) {
 
 _bstr_t ZAMXml::GetNodeName(const IXMLDOMNodePtr& node) {
   Access access{*this};
-  const pugi::xml_node element = access.Element(node);
+  const pugi::xml_node element = access.Itself(node);
   return access.Allocating([&] { return element ? _bstr_t::FromUtf8(element.name()) : _bstr_t(); });
 }
 
@@ -285,7 +285,7 @@ int ZAMXml::HasNode(const IXMLDOMNodePtr& node) const noexcept {
 
 _bstr_t ZAMXml::GetNodePath(const IXMLDOMNodePtr& node) {
   return Access{*this}.Allocating([&] {
-    const pugi::xml_node element = Access{*this}.Element(node);
+    const pugi::xml_node element = Access{*this}.Itself(node);
     return element ? _bstr_t::FromUtf8(Access::PathOf(element, node.m_Node->m_Index)) : _bstr_t();
   });
 }

@@ -188,32 +188,32 @@ int ZAMXml::SetNodeText(const IXMLDOMNodePtr& node, ZAMTextView text) {
 int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, _bstr_t& value) {
   Access access{*this};
   return access.Allocating(
-      [&] { return access.GetAttribute(access.Element(node), attribute, value); });
+      [&] { return access.GetAttribute(access.Itself(node), attribute, value); });
 }
 
 int ZAMXml::GetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, CString& value) {
   Access access{*this};
   return access.Allocating(
-      [&] { return access.GetAttribute(access.Element(node), attribute, value); });
+      [&] { return access.GetAttribute(access.Itself(node), attribute, value); });
 }
 
 int ZAMXml::SetNodeAttribute(const IXMLDOMNodePtr& node, ZAMTextView attribute, ZAMTextView value) {
   Access access{*this};
   return access.Allocating([&] {
-    return access.SetAttribute(access.Element(node), zam::StoredName(attribute.view()).c_str(),
+    return access.SetAttribute(access.Itself(node), zam::StoredName(attribute.view()).c_str(),
                                value);
   });
 }
 
 int ZAMXml::GetAttributeCount(const IXMLDOMNodePtr& node) {
-  const auto attributes = Access{*this}.Element(node).attributes();
+  const auto attributes = Access{*this}.Itself(node).attributes();
   return static_cast<int>(std::distance(attributes.begin(), attributes.end()));
 }
 
 int ZAMXml::GetAttribute(const IXMLDOMNodePtr& node, int index, _bstr_t& name, _bstr_t& value) {
   Access access{*this};
   return access.Allocating([&] {
-    for (const pugi::xml_attribute attribute : access.Element(node).attributes()) {
+    for (const pugi::xml_attribute attribute : access.Itself(node).attributes()) {
       if (index-- == 0) {
         _bstr_t found = _bstr_t::FromUtf8(attribute.value());
         name = _bstr_t::FromUtf8(attribute.name());

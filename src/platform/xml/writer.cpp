@@ -41,7 +41,7 @@ public:
   explicit Writer(const WriteBlock& write)
       : m_Write(write), m_Block(std::make_unique_for_overwrite<char[]>(Capacity)) {}
 
-  bool Write(const pugi::xml_document& tree);
+  bool Write(const ZAMXmlDocument& document);
 
 private:
   void Append(std::string_view bytes) {
@@ -189,12 +189,16 @@ void Writer::AppendStart(pugi::xml_node node, bool hasChildren) {
   }
 }
 
-bool Writer::Write(const pugi::xml_document& tree) {
-  pugi::xml_node node = tree.first_child();
+bool Writer::Write(const ZAMXmlDocument& document) {
+  const RawChildren* const raw = document.Raw().get();
+  pugi::xml_node node = document.m_Tree.first_child();
   while (StructureOf(node) != nullptr && m_Written) {
     const pugi::xml_node child = node.first_child();
     const bool hasChildren = StructureOf(child) != nullptr;
     AppendStart(node, hasChildren);
+    if (raw != nullptr && raw->m_Parent == node) {
+      Append(raw->m_Bytes);
+    }
     pugi::xml_node next = hasChildren ? child : node.next_sibling();
     while (StructureOf(next) == nullptr && !m_Open.empty()) {
       Append("</");
@@ -211,8 +215,8 @@ bool Writer::Write(const pugi::xml_document& tree) {
 
 }  // namespace
 
-bool WriteDocument(const pugi::xml_document& tree, const WriteBlock& write) {
-  return Writer(write).Write(tree);
+bool WriteDocument(const ZAMXmlDocument& document, const WriteBlock& write) {
+  return Writer(write).Write(document);
 }
 
 }  // namespace zam

@@ -5,12 +5,17 @@
 
 namespace zam {
 
-WrittenCursor::WrittenCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept
-    : WrittenCursor(xml.m_Document.get(), ZAMXml::Access{xml}.Element(element).internal_object()) {
-  const pugi::xml_node first = pugi::xml_node(m_Parent).first_child();
+WrittenCursor::WrittenCursor(ZAMXml& xml, const IXMLDOMNodePtr& element)
+    : WrittenCursor(xml.m_Document.get(), StructureOf(ZAMXml::Access{xml}.Present(element)),
+                    nullptr) {}
+
+WrittenCursor::WrittenCursor(const ZAMXmlDocument* document, pugi::xml_node_struct* parent,
+                             const WrittenCursor* like) noexcept
+    : WrittenCursor(document, parent) {
+  const pugi::xml_node first = NodeOf(m_Parent).first_child();
   m_IsOutermost = true;
-  m_Formats = first && IsFormatting(first);
-  m_Line = m_Formats ? first.value() : "";
+  m_Formats = like != nullptr ? like->m_Formats : first && IsFormatting(first);
+  m_Line = like != nullptr ? like->m_Line : m_Formats ? first.value() : "";
 }
 
 bool WrittenCursor::IsBeforeChild(pugi::xml_node node) const noexcept {

@@ -12,7 +12,7 @@ namespace zam {
 class WrittenCursor {
 public:
   /// The formatting around the children is that of the first and the last of them.
-  WrittenCursor(ZAMXml& xml, const IXMLDOMNodePtr& element) noexcept;
+  WrittenCursor(ZAMXml& xml, const IXMLDOMNodePtr& element);
 
   /// Moves to the next child. False, and of no more use, unless it has that name and is as if
   /// it had been added.
@@ -25,8 +25,13 @@ public:
   bool IsAtEnd() const noexcept;
 
 private:
+  friend class RawParts;
+  friend class RawSection;
   WrittenCursor(const ZAMXmlDocument* document, pugi::xml_node_struct* parent) noexcept
       : m_Document(document), m_Parent(parent) {}
+  /// The formatting around the children is that of another cursor, or that of the first of them.
+  WrittenCursor(const ZAMXmlDocument* document, pugi::xml_node_struct* parent,
+                const WrittenCursor* like) noexcept;
   bool IsBeforeChild(pugi::xml_node node) const noexcept;
 
   const ZAMXmlDocument* m_Document;
