@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "changes/list_access.h"
+#include "platform/utf.h"
 #include "records/record.h"
 #include "zamxml/changes.h"
 
@@ -158,6 +159,23 @@ int zam::Read(ZAMXMLChangeItem& item, ZAMXml& xml, const FieldCursor& element, i
     StoredFields(item, fields);
     return 1;
   });
+}
+
+bool zam::Read(ZAMXMLChangeItem& item, RawCursor& cursor) {
+  RawFields fields(cursor);
+  PlaceFields(item, fields);
+  std::string_view word;
+  if (!fields.IsRead() || !cursor.PassText(u"ValueType", word)) {
+    return false;
+  }
+  const auto* const known = std::ranges::find_if(
+      TypeWords, [word](const TypeWord& candidate) { return IsSame(candidate.m_Word, word); });
+  if (known == TypeWords.end()) {
+    return false;
+  }
+  item.m_ValueType = known->m_Type;
+  ValueFields(item, fields);
+  return fields.IsRead();
 }
 
 bool zam::Holds(FieldCursor element, const ZAMXMLChangeItem& item) {

@@ -24,23 +24,18 @@ public:
   /// The places that the known entries write to.
   Places& WrittenPlaces(const ZAMXMLModificationGroup& list);
 
-  /// Remembers that the first known entries are what reading these raw children gives.
-  void SetRead(std::shared_ptr<const RawChildren> raw) noexcept { m_Raw = std::move(raw); }
+  /// Remembers that the first known entries are what reading these raw children gives, and whether
+  /// writing them would make the same.
+  void SetRead(std::shared_ptr<const RawChildren> raw, bool isWritten) noexcept {
+    m_Raw = std::move(raw);
+    m_IsWritten = isWritten;
+  }
   /// Whether reading the raw children gives the first entries of the list.
   bool IsRead(const std::shared_ptr<const RawChildren>& raw, int count,
               const ZAMXMLModificationGroup& list) const noexcept {
     return raw == m_Raw && Holds(list, count);
   }
-  /// Whether these raw children are also as writing the entries would make them; so it is found
-  /// out once.
-  template <class Compare>
-  bool IsWritten(Compare compare) {
-    if (m_Compared != m_Raw) {
-      m_IsWritten = compare();
-      m_Compared = m_Raw;
-    }
-    return m_IsWritten;
-  }
+  bool IsWritten() const noexcept { return m_IsWritten; }
 
 private:
   struct Row {
@@ -56,7 +51,6 @@ private:
   Places m_Places;
   int m_nPlaced = 0;  ///< modifications of which the places are taken
   std::shared_ptr<const RawChildren> m_Raw;
-  std::shared_ptr<const RawChildren> m_Compared;
   bool m_IsWritten = false;
 };
 

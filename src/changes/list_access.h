@@ -12,6 +12,11 @@ int Read(ZAMXMLChangeItem& item, ZAMXml& xml, const FieldCursor& element, int in
 int Read(ZAMXMLModification& modification, ZAMXml& xml, const FieldCursor& element, int index,
          ZAMLog* log);
 
+/// Reads an empty record from the raw child that the cursor is in. False unless it is written like
+/// one; then the record is of no use.
+bool Read(ZAMXMLChangeItem& item, RawCursor& cursor);
+bool Read(ZAMXMLModification& modification, RawCursor& cursor);
+
 /// Whether the element, read, would give the record again.
 bool Holds(FieldCursor element, const ZAMXMLChangeItem& item);
 bool Holds(FieldCursor element, const ZAMXMLModification& modification);
@@ -32,7 +37,7 @@ struct ListAccess {
   static void Swap(ZAMXMLModificationGroup& left, ZAMXMLModificationGroup& right) noexcept;
 
   /// Appends the entries of the raw children. False, with the list as it was, unless all of them
-  /// are read without a report.
+  /// are written like entries.
   static bool ReadRaw(ZAMXMLModificationGroup& list, const RawSection& section);
   /// How many modifications from the first on are in the element as they would be written, with
   /// nothing else beside them; 0 when there is anything else.

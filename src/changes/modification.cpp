@@ -55,6 +55,18 @@ int zam::Read(ZAMXMLModification& modification, ZAMXml& xml, const FieldCursor& 
   });
 }
 
+bool zam::Read(ZAMXMLModification& modification, RawCursor& cursor) {
+  RawFields fields(cursor);
+  Fields(modification, fields);
+  if (!fields.IsRead() || cursor.PassEmpty(u"Changes")) {
+    return fields.IsRead();
+  }
+  const bool hasChanges = cursor.Enter(u"Changes");
+  while (hasChanges && ReadEntry(modification.m_Changes, cursor, u"Item")) {
+  }
+  return hasChanges && cursor.Leave(u"Changes");
+}
+
 int ZAMXMLModification::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
   return zam::RunGuarded(xml, element, log, [&] {
     zam::WritingFields fields(xml, element, log);

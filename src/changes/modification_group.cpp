@@ -7,28 +7,6 @@
 #include "records/record.h"
 #include "zamxml/changes.h"
 
-namespace {
-
-/// Hands each Modification among the raw children of a section to the body with its tree and
-/// cursor, until the body returns false.
-template <class Body>
-bool ForEachRaw(const zam::RawSection& section, Body body) {
-  static constexpr zam::FieldName Name(u"Modification");
-  for (zam::RawParts parts(section); parts.Next();) {
-    for (auto child = parts.Element().Below(Name); child; child = child.Next(Name)) {
-      if (!body(parts.Tree(), child)) {
-        return false;
-      }
-    }
-    if (parts.Tree().RanOutOfMemory() != 0) {
-      return false;
-    }
-  }
-  return true;
-}
-
-}  // namespace
-
 ZAMXMLModificationGroup::ZAMXMLModificationGroup() = default;
 ZAMXMLModificationGroup::~ZAMXMLModificationGroup() { Clear(); }
 
@@ -81,16 +59,15 @@ bool zam::ListAccess::IsRawRead(const ZAMXMLModificationGroup& list,
 bool zam::ListAccess::ReadRaw(ZAMXMLModificationGroup& list, const RawSection& section) {
   auto& entries = list.m_ModificationList;
   const int before = entries.GetCount();
-  bool isRead = false;
+  bool isRead = true;
   try {
-    isRead = ForEachRaw(section, [&](ZAMXml& part, const FieldCursor& child) {
-      const int count = entries.GetCount();
-      ReadEntry(entries, part, child, 0, nullptr);
-      return entries.GetCount() > count && part.GetLogCount() == 0;
-    });
+    RawCursor cursor(section);
+    while (isRead && !cursor.IsAtEnd()) {
+      isRead = ReadEntry(entries, cursor, u"Modification");
+    }
     if (isRead && before == 0) {
       Known(list).Learn(list);
-      list.m_pKnown->SetRead(section.Children());
+      list.m_pKnown->SetRead(section.Children(), cursor.IsWritten());
     }
   } catch (const std::exception&) {
     // Without memory for all at once, the section is read like any other.
@@ -154,26 +131,14 @@ void zam::ListAccess::Swap(ZAMXMLModificationGroup& left, ZAMXMLModificationGrou
 int zam::ListAccess::CountWritten(ZAMXMLModificationGroup& list, ZAMXml& xml,
                                   const IXMLDOMNodePtr& element) {
   const RawSection section(xml, element);
-  int count = 0;
-  const auto isWritten = [&](WrittenCursor cursor) {
-    for (; !cursor.IsAtEnd(); ++count) {
-      if (count == list.GetCount() || !cursor.Next(u"Modification") ||
-          !IsWritten(cursor.Inside(), *list.GetModification(count))) {
-        return false;
-      }
+  const bool isRaw = section && IsRawRead(list, section) && list.m_pKnown->IsWritten();
+  int count = isRaw ? section.GetCount() : 0;
+  for (auto cursor = isRaw ? section.WrittenRest() : WrittenCursor(xml, element); !cursor.IsAtEnd();
+       ++count) {
+    if (count == list.GetCount() || !cursor.Next(u"Modification") ||
+        !IsWritten(cursor.Inside(), *list.GetModification(count))) {
+      return 0;
     }
-    return true;
-  };
-  const auto isRawWritten = [&] {
-    RawParts parts(section);
-    while (parts.Next()) {
-      if (!isWritten(parts.Written(section.WrittenRest()))) {
-        return false;
-      }
-    }
-    return true;
-  };
-  const bool isRaw = section && IsRawRead(list, section) && list.m_pKnown->IsWritten(isRawWritten);
-  count = isRaw ? section.GetCount() : 0;
-  return isWritten(isRaw ? section.WrittenRest() : WrittenCursor(xml, element)) ? count : 0;
+  }
+  return count;
 }

@@ -29,6 +29,22 @@ void ReadEntry(ZAMArray<Entry*>& entries, ZAMXml& xml, const FieldCursor& child,
   }
 }
 
+/// Appends the entry of the next raw child, if that is written like one. A child without content is
+/// not.
+template <class Entry>
+bool ReadEntry(ZAMArray<Entry*>& entries, RawCursor& cursor, const FieldName& name) {
+  if (!cursor.Enter(name)) {
+    return false;
+  }
+  auto entry = std::make_unique<Entry>();
+  if (!Read(*entry, cursor) || !cursor.Leave(name)) {
+    return false;
+  }
+  entries.Add(entry.get());
+  entry.release();
+  return true;
+}
+
 /// Appends the entries that can be read. The first element is the index-th of its name.
 template <class Entry>
 void ReadEntries(ZAMArray<Entry*>& entries, ZAMXml& xml, FieldCursor element, const FieldName& name,

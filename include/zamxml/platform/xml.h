@@ -12,7 +12,7 @@ struct ZAMXmlNode;
 struct ZAMXmlDocument;
 namespace zam {
 class FieldCursor;
-class RawParts;
+class RawCursor;
 class RawSection;
 class Replacement;
 class WrittenCursor;
@@ -218,7 +218,7 @@ protected:
 
 private:
   friend class zam::FieldCursor;
-  friend class zam::RawParts;
+  friend class zam::RawCursor;
   friend class zam::RawSection;
   friend class zam::Replacement;
   friend class zam::WrittenCursor;

@@ -22,8 +22,7 @@ class Insertion;
 struct RawChildren {
   pugi::xml_node m_Parent;
   std::string_view m_Bytes;
-  std::vector<std::size_t> m_PartEnds;  ///< where the bytes can be cut, the last one their end
-  int m_Count;                          ///< child elements
+  int m_Count;  ///< child elements
 };
 }  // namespace zam
 

@@ -73,7 +73,6 @@ public:
   IXMLDOMNodePtr ChildToWrite(const FieldName& name);
 
 private:
-  friend class RawParts;
   friend class RawSection;
   FieldCursor(ZAMXml& xml, pugi::xml_node_struct* element) noexcept
       : m_Xml(&xml), m_Element(element) {}

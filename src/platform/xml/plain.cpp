@@ -118,7 +118,6 @@ private:
   /// Take note of where elements of the first levels begin and end.
   void NoteStart(std::string_view name);
   void NoteEnd(std::size_t endTag);
-  void NoteChild();
   void NoteSectionEnd(std::size_t endTag);
   bool Comment() { return Take("<!--") && Verbatim("--") && Take('>'); }
   /// Characters as they are, up to an end, which is passed.
@@ -135,10 +134,9 @@ private:
   std::string_view m_Section;
   SectionPlaces& m_Places;
   bool m_InSection = false;
-  std::string_view m_Child;     ///< name of the section's last child,
-  std::size_t m_ChildEnd = 0;   ///< and its end
-  std::size_t m_PartBegin = 0;  ///< behind the last part that has ended
-  bool m_IsWritten = true;      ///< whether the section's content is as the writer makes it
+  std::string_view m_Child;    ///< name of the section's last child,
+  std::size_t m_ChildEnd = 0;  ///< and its end
+  bool m_IsWritten = true;     ///< whether the section's content is as the writer makes it
 };
 
 void Scanner::SkipText() {
@@ -275,7 +273,7 @@ void Scanner::NoteStart(std::string_view name) {
   } else if (m_Open.size() == 1) {
     m_Places.m_Root = name;
   } else if (m_Open.size() == 2 && name == m_Section && m_Places.m_Content == 0) {
-    m_Places.m_Content = m_PartBegin = Place();
+    m_Places.m_Content = Place();
     m_InSection = true;
     m_IsWritten = true;
   }
@@ -283,22 +281,13 @@ void Scanner::NoteStart(std::string_view name) {
 
 void Scanner::NoteEnd(std::size_t endTag) {
   if (m_Open.size() == 2 && m_InSection) {
-    NoteChild();
+    ++m_Places.m_Count;
+    m_Places.m_LastChild = std::exchange(m_ChildEnd, Place());
   } else if (m_Open.size() == 1 && m_InSection) {
     NoteSectionEnd(endTag);
   } else if (m_Open.empty()) {
     m_Places.m_RootEndTag = endTag;
     m_Places.m_RootEnd = Place();
-  }
-}
-
-void Scanner::NoteChild() {
-  constexpr std::size_t PartSize = 1 << 15;
-  ++m_Places.m_Count;
-  m_Places.m_LastChild = std::exchange(m_ChildEnd, Place());
-  if (m_Places.m_LastChild >= m_PartBegin + PartSize) {
-    m_PartBegin = m_Places.m_LastChild;
-    m_Places.m_PartEnds.push_back(m_PartBegin);
   }
 }
 
@@ -308,14 +297,12 @@ void Scanner::NoteSectionEnd(std::size_t endTag) {
   m_Places.m_EndTag = endTag;
   m_Places.m_End = Place();
   m_Places.m_IsUniform = m_IsWritten && m_Places.m_Count > 1;
-  if (m_Places.m_LastChild != m_PartBegin) {
-    m_Places.m_PartEnds.push_back(m_Places.m_LastChild);
-  }
 }
 
 bool Scanner::StartTag() {
   std::string_view name;
-  if (!Take('<') || !Name(name) || !Attributes()) {
+  // Most tags have none.
+  if (!Take('<') || !Name(name) || (*m_At != '>' && !Attributes())) {
     return false;
   }
   const bool empty = Take('/');

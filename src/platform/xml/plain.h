@@ -2,23 +2,21 @@
 
 #include <cstddef>
 #include <string_view>
-#include <vector>
 
 namespace zam {
 
 /// Where a text has the children of a section, the first child of the root with its name. The
 /// places are counted from the front of the text.
 struct SectionPlaces {
-  std::size_t m_Content = 0;            ///< behind its start tag
-  std::size_t m_LastChild = 0;          ///< behind its last child element but one
-  std::size_t m_EndTag = 0;             ///< where its end tag begins,
-  std::size_t m_End = 0;                ///< and ends
-  std::size_t m_RootEndTag = 0;         ///< where the end tag of the root begins,
-  std::size_t m_RootEnd = 0;            ///< and ends
-  std::string_view m_Root;              ///< name of the root
-  std::string_view m_Name;              ///< name of the section
-  std::vector<std::size_t> m_PartEnds;  ///< behind child elements, up to m_LastChild
-  int m_Count = 0;                      ///< child elements
+  std::size_t m_Content = 0;     ///< behind its start tag
+  std::size_t m_LastChild = 0;   ///< behind its last child element but one
+  std::size_t m_EndTag = 0;      ///< where its end tag begins,
+  std::size_t m_End = 0;         ///< and ends
+  std::size_t m_RootEndTag = 0;  ///< where the end tag of the root begins,
+  std::size_t m_RootEnd = 0;     ///< and ends
+  std::string_view m_Root;       ///< name of the root
+  std::string_view m_Name;       ///< name of the section
+  int m_Count = 0;               ///< child elements
   /// Whether there are several children, of one name, and the content is, byte for byte, what the
   /// writer makes of it.
   bool m_IsUniform = false;

@@ -30,6 +30,25 @@ bool MayStayRaw(std::string_view text, const zam::SectionPlaces& section) {
          size > text.size() - section.m_End && !text.substr(section.m_End).starts_with('\xEF');
 }
 
+/// A text of raw children, which have no other references.
+std::string Unescaped(std::string_view text) {
+  constexpr std::pair<std::string_view, char> References[] = {
+      {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}, {"&#13;", '\r'}};
+  std::string plain;
+  while (!text.empty()) {
+    const std::size_t run = std::min(text.find('&'), text.size());
+    plain += text.substr(0, run);
+    text.remove_prefix(run);
+    const auto* const known = std::ranges::find_if(
+        References, [text](const auto& reference) { return text.starts_with(reference.first); });
+    if (known != std::end(References)) {
+      plain += known->second;
+      text.remove_prefix(known->first.size());
+    }
+  }
+  return plain;
+}
+
 /// False without memory; a plain text is refused for no other reason.
 bool IsRead(const pugi::xml_parse_result& result) {
   if (result.status == pugi::status_out_of_memory) {
@@ -77,13 +96,8 @@ bool ZAMXmlDocument::LoadAround(char* bytes, std::string_view text,
       !add(m_Tree, section.m_RootEnd, text.size())) {
     return false;
   }
-  zam::RawChildren children{parent,
-                            {raw, section.m_LastChild - section.m_Content},
-                            section.m_PartEnds,
-                            section.m_Count - 1};
-  for (std::size_t& end : children.m_PartEnds) {
-    end -= section.m_Content;
-  }
+  zam::RawChildren children{
+      parent, {raw, section.m_LastChild - section.m_Content}, section.m_Count - 1};
   m_Raw = std::make_shared<const zam::RawChildren>(std::move(children));
   return true;
 }
@@ -121,44 +135,139 @@ RawSection::RawSection(ZAMXml& xml, const IXMLDOMNodePtr& element)
 
 int RawSection::GetCount() const noexcept { return m_Raw != nullptr ? m_Raw->m_Count : 0; }
 
-WrittenCursor RawSection::WrittenRest() const noexcept {
-  return {m_Xml.m_Document.get(), m_Element, nullptr};
+RawCursor::RawCursor(const RawSection& section)
+    : m_Document(*section.m_Xml.m_Document), m_Rest(section.m_Raw->m_Bytes) {
+  // Like the children that follow: others are added like them.
+  const pugi::xml_node first = NodeOf(section.m_Element).first_child();
+  if (IsFormatting(first)) {
+    m_First = first.value();
+    m_Levels[0] = LastLine(first);
+  }
+  for (std::size_t depth = 1; depth < m_Levels.size() && m_Document.m_Lines; ++depth) {
+    m_Levels[depth] = m_Levels[0].empty() ? "" : m_Levels[depth - 1] + m_Document.m_IndentUnit;
+  }
 }
 
-RawParts::RawParts(const RawSection& section) : m_Section(section) {}
+/// Takes the white space that comes next. A step that fails gives it back.
+class RawCursor::Formatting {
+public:
+  Formatting(RawCursor& cursor, const std::string& expected)
+      : m_Cursor(cursor), m_Rest(cursor.m_Rest) {
+    const bool isExpected =
+        m_Rest.starts_with(expected) && m_Rest.substr(expected.size()).starts_with('<');
+    m_Length =
+        isExpected ? expected.size() : std::min(m_Rest.find_first_not_of(" \t\n"), m_Rest.size());
+    m_IsExpected = isExpected;
+    cursor.m_Rest.remove_prefix(m_Length);
+  }
+  /// Whether the step has been taken.
+  bool Ends(bool taken) {
+    if (!taken) {
+      m_Cursor.m_Rest = m_Rest;
+    } else if (!m_IsExpected) {
+      m_Cursor.m_IsWritten = false;
+    }
+    return taken;
+  }
 
-bool RawParts::Next() {
-  ZAMXmlDocument& whole = *m_Section.m_Xml.m_Document;
-  ZAMXmlDocument& former = m_Tree.m_Document ? *m_Tree.m_Document : whole;
-  if (m_Part == m_Section.m_Raw->m_PartEnds.size()) {
-    whole.SwapShared(former);
+private:
+  RawCursor& m_Cursor;
+  std::string_view m_Rest;
+  std::size_t m_Length;
+  bool m_IsExpected;
+};
+
+bool RawCursor::Take(std::string_view bytes) noexcept {
+  // Names and tags are too short for a call.
+  std::size_t size = 0;
+  while (size < bytes.size() && size < m_Rest.size() && m_Rest[size] == bytes[size]) {
+    ++size;
+  }
+  if (size < bytes.size()) {
     return false;
   }
-  const std::size_t end = m_Section.m_Raw->m_PartEnds[m_Part++];
-  const std::string_view bytes = m_Section.m_Raw->m_Bytes.substr(m_Begin, end - m_Begin);
-  m_Begin = end;
-  const std::string name = NodeOf(m_Section.m_Element).name();
-  const std::string text = '<' + name + '>' + std::string(bytes) + "</" + name + '>';
-  auto source = std::make_unique_for_overwrite<char[]>(text.size() + 1);
-  *std::copy(text.begin(), text.end(), source.get()) = '\0';
-  const std::string_view content(source.get(), text.size());
-  auto part = ZAMXmlDocument::FromPlain(std::move(source), content, {});
-  if (!part) {
-    throw std::bad_alloc();
-  }
-  part->m_Lines = whole.m_Lines;
-  part->m_IndentUnit = whole.m_IndentUnit;
-  part->SwapShared(former);
-  m_Tree.m_Document = std::move(part);
+  m_Rest.remove_prefix(size);
   return true;
 }
 
-FieldCursor RawParts::Element() noexcept {
-  return {m_Tree, StructureOf(m_Tree.m_Document->Root())};
+bool RawCursor::TakeTag(std::string_view opening, const FieldName& name,
+                        std::string_view closing) noexcept {
+  return Take(opening) && Take(name.view()) && Take(closing);
 }
 
-WrittenCursor RawParts::Written(const WrittenCursor& rest) noexcept {
-  return {m_Tree.m_Document.get(), StructureOf(m_Tree.m_Document->Root()), &rest};
+bool RawCursor::Enter(const FieldName& name) {
+  const bool isEntered = Formatting(*this, BeforeChild()).Ends(TakeTag("<", name, ">"));
+  if (isEntered) {
+    ++m_Depth;
+    m_Entered = m_Rest.data();
+  }
+  return isEntered;
+}
+
+bool RawCursor::Leave(const FieldName& name) {
+  // An element without content is written as an empty one.
+  m_IsWritten = m_IsWritten && m_Rest.data() != m_Entered;
+  const bool isLeft = Formatting(*this, m_Levels[m_Depth - 1]).Ends(TakeTag("</", name, ">"));
+  m_Depth -= isLeft ? 1 : 0;
+  return isLeft;
+}
+
+bool RawCursor::PassEmpty(const FieldName& name) {
+  return Formatting(*this, BeforeChild()).Ends(TakeTag("<", name, "/>"));
+}
+
+bool RawCursor::PassText(const FieldName& name, std::string_view& bytes) {
+  Formatting formatting(*this, BeforeChild());
+  bytes = {};
+  if (!TakeTag("<", name, "")) {
+    return formatting.Ends(false);
+  }
+  if (Take("/>")) {
+    return formatting.Ends(true);
+  }
+  const bool hasText = Take(">");
+  if (hasText) {
+    bytes = TakePieces();
+  }
+  return formatting.Ends(hasText && TakeTag("</", name, ">"));
+}
+
+std::string_view RawCursor::TakePieces() {
+  constexpr std::string_view CData = "<![CDATA[";
+  constexpr std::string_view CDataEnd = "]]>";
+  const auto takeUpTo = [this](std::string_view end) {
+    const std::string_view piece = m_Rest.substr(0, m_Rest.find(end));
+    m_Rest.remove_prefix(piece.size());
+    return piece;
+  };
+  std::string_view bytes = takeUpTo("<");
+  if (bytes.find('&') == bytes.npos && !m_Rest.starts_with(CData)) {
+    m_IsWritten = m_IsWritten && TextTypeOf(bytes) == pugi::node_pcdata;
+    return bytes;
+  }
+  int pieces = bytes.empty() ? 0 : 1;
+  pugi::xml_node_type type = pugi::node_pcdata;
+  m_Joined = Unescaped(bytes);
+  while (Take(CData)) {
+    m_Joined += takeUpTo(CDataEnd);
+    Take(CDataEnd);
+    type = pugi::node_cdata;
+    ++pieces;
+    bytes = takeUpTo("<");
+    m_Joined += Unescaped(bytes);
+    pieces += bytes.empty() ? 0 : 1;
+  }
+  m_IsWritten = m_IsWritten && pieces == 1 && TextTypeOf(m_Joined) == type;
+  return m_Joined;
+}
+
+bool RawCursor::ReadText(const FieldName& name, _bstr_t& text) {
+  std::string_view bytes;
+  const bool isRead = PassText(name, bytes);
+  if (isRead) {
+    text = m_Document.Shared(bytes);
+  }
+  return isRead;
 }
 
 }  // namespace zam

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "platform/xml/fields.h"
 #include "platform/xml/written.h"
@@ -33,35 +36,70 @@ public:
 
   /// The element with its other children only, to be asked for children of their name.
   FieldCursor Rest() const noexcept { return {m_Xml, m_Element}; }
-  WrittenCursor WrittenRest() const noexcept;
+  WrittenCursor WrittenRest() const noexcept { return {m_Xml.m_Document.get(), m_Element, true}; }
 
 private:
-  friend class RawParts;
+  friend class RawCursor;
 
   ZAMXml& m_Xml;
   pugi::xml_node_struct* m_Element;
   std::shared_ptr<const RawChildren> m_Raw;
 };
 
-/// Goes through raw children in parts. Each is read into a tree of its own, below an element that
-/// has the section's name.
-class RawParts {
+/// Goes through raw children that hold records as they are written: each field once, in order. A
+/// step that meets anything else is false and leaves the cursor where it is.
+class RawCursor {
 public:
-  explicit RawParts(const RawSection& section);
+  explicit RawCursor(const RawSection& section);
 
-  /// Goes on to the next part; false behind the last one. Raises std::bad_alloc.
-  bool Next();
+  /// Goes on into the next child, which has that name and holds other elements.
+  bool Enter(const FieldName& name);
+  /// Goes on to behind that child, of which nothing is left.
+  bool Leave(const FieldName& name);
+  /// Passes the next child, which has that name and is empty.
+  bool PassEmpty(const FieldName& name);
+  /// Passes the next child, which has that name and holds a text. The bytes are valid until the
+  /// next step.
+  bool PassText(const FieldName& name, std::string_view& bytes);
+  bool ReadText(const FieldName& name, _bstr_t& text);
 
-  ZAMXml& Tree() noexcept { return m_Tree; }
-  FieldCursor Element() noexcept;
-  /// Compares with children that are written like those of the rest.
-  WrittenCursor Written(const WrittenCursor& rest) noexcept;
+  bool IsAtEnd() const noexcept { return m_Rest.empty(); }
+  /// Whether all that was passed is, with the formatting around it, as it would be written anew.
+  bool IsWritten() const noexcept { return m_IsWritten; }
 
 private:
-  const RawSection& m_Section;
-  ZAMXml m_Tree;
-  std::size_t m_Part = 0;
-  std::size_t m_Begin = 0;
+  /// Takes the white space that comes next. A step that fails gives it back.
+  class Formatting;
+
+  const std::string& BeforeChild() const { return m_Depth == 0 ? m_First : m_Levels[m_Depth]; }
+  bool Take(std::string_view bytes) noexcept;
+  bool TakeTag(std::string_view opening, const FieldName& name, std::string_view closing) noexcept;
+  /// Takes the pieces of a text up to a tag.
+  std::string_view TakePieces();
+
+  ZAMXmlDocument& m_Document;
+  std::string_view m_Rest;
+  std::size_t m_Depth = 0;
+  const char* m_Entered = nullptr;      ///< where the child that was entered last begins
+  std::string m_First;                  ///< what precedes each of the raw children,
+  std::array<std::string, 4> m_Levels;  ///< and the other children and end tags of each depth
+  std::string m_Joined;
+  bool m_IsWritten = true;
+};
+
+/// Reads the fields of a record.
+class RawFields {
+public:
+  explicit RawFields(RawCursor& cursor) : m_Cursor(cursor) {}
+
+  void Text(const FieldName& name, _bstr_t& value) {
+    m_IsRead = m_IsRead && m_Cursor.ReadText(name, value);
+  }
+  bool IsRead() const { return m_IsRead; }
+
+private:
+  RawCursor& m_Cursor;
+  bool m_IsRead = true;
 };
 
 }  // namespace zam

@@ -6,16 +6,15 @@
 namespace zam {
 
 WrittenCursor::WrittenCursor(ZAMXml& xml, const IXMLDOMNodePtr& element)
-    : WrittenCursor(xml.m_Document.get(), StructureOf(ZAMXml::Access{xml}.Present(element)),
-                    nullptr) {}
+    : WrittenCursor(xml.m_Document.get(), StructureOf(ZAMXml::Access{xml}.Present(element)), true) {
+}
 
 WrittenCursor::WrittenCursor(const ZAMXmlDocument* document, pugi::xml_node_struct* parent,
-                             const WrittenCursor* like) noexcept
-    : WrittenCursor(document, parent) {
-  const pugi::xml_node first = NodeOf(m_Parent).first_child();
-  m_IsOutermost = true;
-  m_Formats = like != nullptr ? like->m_Formats : first && IsFormatting(first);
-  m_Line = like != nullptr ? like->m_Line : m_Formats ? first.value() : "";
+                             bool isOutermost) noexcept
+    : m_Document(document), m_Parent(parent), m_IsOutermost(isOutermost) {
+  const pugi::xml_node first = isOutermost ? NodeOf(m_Parent).first_child() : pugi::xml_node();
+  m_Formats = first && IsFormatting(first);
+  m_Line = m_Formats ? first.value() : "";
 }
 
 bool WrittenCursor::IsBeforeChild(pugi::xml_node node) const noexcept {
@@ -51,7 +50,7 @@ bool WrittenCursor::Holds(ZAMTextView text) const noexcept {
 }
 
 WrittenCursor WrittenCursor::Inside() const noexcept {
-  WrittenCursor inside(m_Document, m_Child);
+  WrittenCursor inside(m_Document, m_Child, false);
   const pugi::xml_node before = pugi::xml_node(m_Child).previous_sibling();
   if (m_Document->m_Lines && before && IsFormatting(before)) {
     inside.m_Line = LastLine(before);

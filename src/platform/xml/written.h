@@ -25,13 +25,9 @@ public:
   bool IsAtEnd() const noexcept;
 
 private:
-  friend class RawParts;
   friend class RawSection;
-  WrittenCursor(const ZAMXmlDocument* document, pugi::xml_node_struct* parent) noexcept
-      : m_Document(document), m_Parent(parent) {}
-  /// The formatting around the children is that of another cursor, or that of the first of them.
   WrittenCursor(const ZAMXmlDocument* document, pugi::xml_node_struct* parent,
-                const WrittenCursor* like) noexcept;
+                bool isOutermost) noexcept;
   bool IsBeforeChild(pugi::xml_node node) const noexcept;
 
   const ZAMXmlDocument* m_Document;
