@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -28,16 +29,6 @@ bool IsUsablePath(const std::string& path, std::string& reason) {
   return reason.empty();
 }
 
-std::optional<std::string> LinkTarget(const std::string& path) {
-  std::string target(4096, '\0');
-  const auto length = ::readlink(path.c_str(), target.data(), target.size());
-  if (length < 0) {
-    return std::nullopt;
-  }
-  target.resize(static_cast<std::size_t>(length));
-  return target.starts_with('/') ? target : Joined(FolderOf(path), target);
-}
-
 }  // namespace
 
 std::string LastReason() { return std::system_category().message(errno); }
@@ -54,6 +45,8 @@ std::string FolderOf(const std::string& path) {
   }
   return separator == 0 ? "/" : path.substr(0, separator);
 }
+
+std::string_view NameOf(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
 std::string Joined(const std::string& folder, const std::string& name) {
   return folder.ends_with('/') ? folder + name : folder + '/' + name;
@@ -72,11 +65,13 @@ std::optional<Target> FollowLinks(std::string path, std::string& reason) {
     if (!S_ISLNK(status.st_mode)) {
       return Target{std::move(path), status};
     }
-    auto target = LinkTarget(path);
-    if (!target) {
-      return NothingBecause(reason);
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink(path, error);
+    if (error) {
+      reason = error.message();
+      return std::nullopt;
     }
-    path = std::move(*target);
+    path = std::filesystem::path(path).replace_filename(target);
   }
   errno = ELOOP;
   return NothingBecause(reason);
@@ -92,10 +87,8 @@ bool LeadsTo(const std::string& path, const FileIdentity& file) {
 }
 
 std::string NameBeside(const std::string& target, std::string_view purpose) {
-  const auto separator = target.rfind('/');
-  const std::string_view name = std::string_view(target).substr(separator + 1);
   std::uint64_t hash = 0xCBF29CE484222325;  // 64-bit FNV-1a
-  for (const char byte : name) {
+  for (const char byte : NameOf(target)) {
     hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
   }
   std::array<char, 17> digits{};

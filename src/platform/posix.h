@@ -43,6 +43,8 @@ private:
 };
 
 std::string FolderOf(const std::string& path);
+/// What follows the last separator.
+std::string_view NameOf(std::string_view path);
 std::string Joined(const std::string& folder, const std::string& name);
 
 /// What a path leads to behind any links.

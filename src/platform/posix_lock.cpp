@@ -45,8 +45,7 @@ std::optional<std::string> LockFileName(const std::string& path, std::string& re
   const std::unique_ptr<char, decltype(&std::free)> folder(
       ::realpath(FolderOf(target->m_Path).c_str(), nullptr), &std::free);
   return folder ? std::optional(NameBeside(
-                      Joined(folder.get(), target->m_Path.substr(target->m_Path.rfind('/') + 1)),
-                      ".lock"))
+                      Joined(folder.get(), std::string(NameOf(target->m_Path))), ".lock"))
                 : NothingBecause(reason);
 }
 

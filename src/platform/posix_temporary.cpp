@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -17,13 +19,9 @@
 namespace zam {
 namespace {
 
+constexpr std::string_view ParentPrefix = "zamxml-";
 constexpr std::string_view FolderPrefix = "zamxml-edit-";
 constexpr std::string_view RandomPart = "XXXXXX";
-
-struct CloseListing {
-  void operator()(DIR* listing) const noexcept { ::closedir(listing); }
-};
-using Listing = std::unique_ptr<DIR, CloseListing>;
 
 bool IsPrivateFolder(const std::string& path) {
   struct stat status {};
@@ -33,11 +31,13 @@ bool IsPrivateFolder(const std::string& path) {
 
 /// The names in a folder that begin so; none when it cannot be read.
 std::vector<std::string> NamesIn(const std::string& folder, std::string_view prefix) {
+  namespace fs = std::filesystem;
   std::vector<std::string> names;
-  const Listing listing(::opendir(folder.c_str()));
-  while (const dirent* entry = listing ? ::readdir(listing.get()) : nullptr) {
-    if (std::string_view(entry->d_name).starts_with(prefix)) {
-      names.emplace_back(entry->d_name);
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (entry->path().filename().native().starts_with(prefix)) {
+      names.push_back(entry->path().filename());
     }
   }
   std::ranges::sort(names);
@@ -48,13 +48,14 @@ std::vector<std::string> NamesIn(const std::string& folder, std::string_view pre
 
 bool IsInTemporaryFolder(const std::string& path) {
   const std::string folder = FolderOf(path);
-  return std::string_view(folder).substr(folder.rfind('/') + 1).starts_with(FolderPrefix);
+  return NameOf(folder).starts_with(FolderPrefix) &&
+         NameOf(FolderOf(folder)).starts_with(ParentPrefix);
 }
 
 std::optional<std::string> PrivateTempFolder() {
   const char* configured = std::getenv("TMPDIR");
   const std::string root = configured != nullptr && *configured == '/' ? configured : "/tmp";
-  const std::string name = "zamxml-" + std::to_string(::geteuid());
+  const std::string name = std::string(ParentPrefix) + std::to_string(::geteuid());
   std::string folder = Joined(root, name);
   if (IsPrivateFolder(folder) ||
       ((::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) && IsPrivateFolder(folder))) {
