@@ -52,15 +52,15 @@ std::optional<std::string> LockFileName(const std::string& path, std::string& re
 LockFile::Attempt LockFile::Take(const std::string& path, For whom, std::string& reason) {
   Release();
   std::string name = path;
-  errno = EEXIST;
-  Descriptor file(whom == For::Leftover ? -1
-                                        : Make(path.c_str(), whom == For::Everyone ? 0666 : 0600));
+  const bool makes = whom != For::Leftover;
+  const mode_t mode = whom == For::Everyone ? 0666 : 0600;
+  Descriptor file(makes ? Make(path.c_str(), mode) : -1);
   const bool made = file.IsOpen();
-  // One that cannot be opened belongs to another user, who may be about to open it to others. One
-  // that is gone has just been released.
   bool passes = false;
-  if (!made && errno == EEXIST) {
+  if (!made && (!makes || errno == EEXIST)) {
     file = Descriptor(::open(path.c_str(), OpenFlags));
+    // One that cannot be opened belongs to another user, who may be about to open it to others. One
+    // that is gone has just been released.
     passes = errno == EACCES || errno == ENOENT;
   }
   struct stat status {};
