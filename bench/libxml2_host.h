@@ -1,10 +1,14 @@
 #pragma once
 
 #include <ZAMXMLData.h>
+#include <fcntl.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -65,16 +69,59 @@ public:
     }
   }
 
-  /// Saves the original content and shows the last state again.
-  void Save(const std::string& path) {
+  /// Saves the original content over the file and shows the last state again. A crash meanwhile
+  /// costs the document.
+  void Overwrite(const std::string& path) {
     UndoAll();
-    if (xmlSaveFile(path.c_str(), m_Document.get()) < 0) {
-      throw std::runtime_error("libxml2 cannot save " + path);
+    Check(xmlSaveFile(path.c_str(), m_Document.get()), "save", path);
+    RedoAll();
+  }
+
+  /// The same, but whatever happens, the path names the whole old file or the whole new one, with
+  /// the old one's owner and mode.
+  void Replace(const std::string& path) {
+    UndoAll();
+    const std::string fresh = path + ".new";
+    {
+      const File file(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+      Check(file.m_Number, "create", fresh);
+      xmlSaveCtxt* const context = xmlSaveToFd(file.m_Number, "UTF-8", 0);
+      Check(context != nullptr ? static_cast<int>(xmlSaveDoc(context, m_Document.get())) : -1,
+            "write", fresh);
+      Check(xmlSaveClose(context), "write", fresh);
+      struct stat old {};
+      if (::stat(path.c_str(), &old) == 0) {
+        Check(::fchown(file.m_Number, old.st_uid, old.st_gid), "give away", fresh);
+        Check(::fchmod(file.m_Number, old.st_mode & 07777), "share", fresh);
+      } else {
+        Check(::fchmod(file.m_Number, 0644), "share", fresh);
+      }
+      Check(::fsync(file.m_Number), "flush", fresh);
     }
+    Check(::rename(fresh.c_str(), path.c_str()), "put in place", path);
+    const std::string parent = std::filesystem::path(path).parent_path();
+    const File folder(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Check(folder.m_Number, "open", parent);
+    Check(::fsync(folder.m_Number), "flush", parent);
     RedoAll();
   }
 
 private:
+  struct File {
+    explicit File(int number) : m_Number(number) {}
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    ~File() { ::close(m_Number); }
+
+    int m_Number;
+  };
+
+  static void Check(int result, const char* what, const std::string& path) {
+    if (result < 0) {
+      throw std::runtime_error(std::string("the host cannot ") + what + ' ' + path);
+    }
+  }
+
   struct Item {
     _bstr_t m_Node;
     _bstr_t m_Attribute;

@@ -87,14 +87,7 @@ int ZAMFile::Save() {
     }
     return 0;
   }
-  CString current(m_strFilePath);
-  const unsigned int session = m_Session;
-  m_pNoted.reset();
-  const int saved = OnFileSave(m_strFilePath, nullptr);
-  if (saved != 0 && session == m_Session) {
-    MakeCurrent(std::move(current));
-  }
-  return saved;
+  return ZAMFile::SaveAs(m_strFilePath, nullptr);
 }
 
 int ZAMFile::SaveAs(const _bstr_t& path, ZAMLog* log) {

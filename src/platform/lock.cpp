@@ -19,26 +19,7 @@ constexpr auto Pause = std::chrono::milliseconds(5);
 
 }  // namespace
 
-class ZAMFileLock::Holding {
-public:
-  bool TakeWithin(const std::string& path, double wait, std::string& reason) {
-    const auto name = zam::LockFileName(path, reason);
-    const auto start = Clock::now();
-    while (name) {
-      const auto attempt = m_File.Take(*name, zam::LockFile::For::Everyone, reason);
-      const std::chrono::duration<double> waited = Clock::now() - start;
-      // A wait that is no number compares as false: no wait.
-      if (attempt != zam::LockFile::Attempt::Busy || !(waited.count() < wait)) {
-        return attempt == zam::LockFile::Attempt::Held;
-      }
-      std::this_thread::sleep_for(Pause);
-    }
-    return false;
-  }
-
-private:
-  zam::LockFile m_File;
-};
+class ZAMFileLock::Holding : public zam::LockFile {};
 
 ZAMFileLock::ZAMFileLock(const _bstr_t& path) : m_Path(path) {}
 ZAMFileLock::~ZAMFileLock() = default;
@@ -49,8 +30,20 @@ int ZAMFileLock::Lock(double wait, ZAMLog* log) {
   }
   try {
     std::string reason;
+    const auto name = zam::LockFileName(m_Path.utf8(), reason);
     auto holding = std::make_unique<Holding>();
-    if (holding->TakeWithin(m_Path.utf8(), wait, reason)) {
+    auto attempt = zam::LockFile::Attempt::Failed;
+    const auto start = Clock::now();
+    while (name) {
+      attempt = holding->Take(*name, zam::LockFile::For::Everyone, reason);
+      const std::chrono::duration<double> waited = Clock::now() - start;
+      // A wait that is no number compares as false: no wait.
+      if (attempt != zam::LockFile::Attempt::Busy || !(waited.count() < wait)) {
+        break;
+      }
+      std::this_thread::sleep_for(Pause);
+    }
+    if (attempt == zam::LockFile::Attempt::Held) {
       m_pHolding = std::move(holding);
     } else if (log != nullptr) {
       log->SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_FILE, zam::CodeNotLocked,

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -18,20 +19,7 @@ namespace {
 
 constexpr int MaximumLinks = 40;
 
-std::optional<std::string> LinkTarget(const std::string& path) {
-  std::string target(4096, '\0');
-  const auto length = ::readlink(path.c_str(), target.data(), target.size());
-  if (length < 0) {
-    return std::nullopt;
-  }
-  target.resize(static_cast<std::size_t>(length));
-  return target.starts_with('/') ? target : Joined(FolderOf(path), target);
-}
-
-}  // namespace
-
-std::string LastReason() { return std::system_category().message(errno); }
-
+/// The system would end a path at a zero character and so take another file.
 bool IsUsablePath(const std::string& path, std::string& reason) {
   if (path.empty()) {
     reason = "there is no path";
@@ -39,6 +27,15 @@ bool IsUsablePath(const std::string& path, std::string& reason) {
     reason = "the path holds a zero character";
   }
   return reason.empty();
+}
+
+}  // namespace
+
+std::string LastReason() { return std::system_category().message(errno); }
+
+std::nullopt_t NothingBecause(std::string& reason) {
+  reason = LastReason();
+  return std::nullopt;
 }
 
 std::string FolderOf(const std::string& path) {
@@ -49,47 +46,49 @@ std::string FolderOf(const std::string& path) {
   return separator == 0 ? "/" : path.substr(0, separator);
 }
 
+std::string_view NameOf(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
 std::string Joined(const std::string& folder, const std::string& name) {
   return folder.ends_with('/') ? folder + name : folder + '/' + name;
 }
 
-std::optional<std::string> FollowLinks(std::string path, std::string& reason) {
+std::optional<Target> FollowLinks(std::string path, std::string& reason) {
+  if (!IsUsablePath(path, reason)) {
+    return std::nullopt;
+  }
   for (int links = 0; links < MaximumLinks; ++links) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) {
-      if (errno == ENOENT) {
-        return path;
-      }
-      reason = LastReason();
-      return std::nullopt;
+      return errno == ENOENT ? std::optional(Target{std::move(path), std::nullopt})
+                             : NothingBecause(reason);
     }
     if (!S_ISLNK(status.st_mode)) {
-      return path;
+      return Target{std::move(path), status};
     }
-    auto target = LinkTarget(path);
-    if (!target) {
-      reason = LastReason();
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink(path, error);
+    if (error) {
+      reason = error.message();
       return std::nullopt;
     }
-    path = std::move(*target);
+    path = std::filesystem::path(path).replace_filename(target);
   }
   errno = ELOOP;
-  reason = LastReason();
-  return std::nullopt;
+  return NothingBecause(reason);
 }
 
-bool LeadsTo(const std::string& path, int descriptor) {
-  struct stat there {};
-  struct stat opened {};
-  return ::lstat(path.c_str(), &there) == 0 && ::fstat(descriptor, &opened) == 0 &&
-         there.st_dev == opened.st_dev && there.st_ino == opened.st_ino;
+bool IsSameFile(const std::optional<FileIdentity>& file, const std::optional<FileIdentity>& other) {
+  return file && other && file->m_Device == other->m_Device && file->m_Inode == other->m_Inode;
+}
+
+bool LeadsTo(const std::string& path, const FileIdentity& file) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && IsSameFile(IdentityOf(status), file);
 }
 
 std::string NameBeside(const std::string& target, std::string_view purpose) {
-  const auto separator = target.rfind('/');
-  const std::string_view name = std::string_view(target).substr(separator + 1);
   std::uint64_t hash = 0xCBF29CE484222325;  // 64-bit FNV-1a
-  for (const char byte : name) {
+  for (const char byte : NameOf(target)) {
     hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
   }
   std::array<char, 17> digits{};
@@ -120,19 +119,14 @@ FileBytes FileBytes::Copy(std::string_view bytes) {
 }
 
 std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason) {
-  if (!IsUsablePath(path, reason)) {
+  if (!FindTarget(path, reason)) {
     return std::nullopt;
-  }
-  std::string ignored;
-  if (const auto target = FollowLinks(path, ignored)) {
-    ClearUpBeside(*target);
   }
   // Without O_NONBLOCK opening a pipe would wait for its other end.
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (!file.IsOpen() || ::fstat(file.Number(), &status) != 0) {
-    reason = LastReason();
-    return std::nullopt;
+    return NothingBecause(reason);
   }
   if (!S_ISREG(status.st_mode)) {
     reason = S_ISDIR(status.st_mode) ? "it is a folder" : "it is not a regular file";
@@ -140,7 +134,8 @@ std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason) 
   }
   FileBytes content;
   content.m_Identity = IdentityOf(status);
-  auto capacity = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0)) + 1;
+  const auto expected = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
+  std::size_t capacity = expected + 1;
   content.m_Bytes = std::make_unique_for_overwrite<char[]>(capacity);
   for (;;) {
     const auto count =
@@ -149,13 +144,13 @@ std::optional<FileBytes> ReadFile(const std::string& path, std::string& reason) 
       continue;
     }
     if (count < 0) {
-      reason = LastReason();
-      return std::nullopt;
-    }
-    if (count == 0) {
-      break;
+      return NothingBecause(reason);
     }
     content.m_Size += static_cast<std::size_t>(count);
+    // There was room for one byte more than expected.
+    if (count == 0 || content.m_Size == expected) {
+      break;
+    }
     if (content.m_Size == capacity) {
       capacity *= 2;
       auto grown = std::make_unique_for_overwrite<char[]>(capacity);

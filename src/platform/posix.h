@@ -16,6 +16,9 @@ namespace zam {
 /// The system's words for errno.
 std::string LastReason();
 
+/// Nothing, with the system's words for errno.
+std::nullopt_t NothingBecause(std::string& reason);
+
 class Descriptor {
 public:
   explicit Descriptor(int number) noexcept : m_Number(number) {}
@@ -39,22 +42,32 @@ private:
   int m_Number;
 };
 
-/// The system would end a path at a zero character and so take another file.
-bool IsUsablePath(const std::string& path, std::string& reason);
-
 std::string FolderOf(const std::string& path);
+/// What follows the last separator.
+std::string_view NameOf(std::string_view path);
 std::string Joined(const std::string& folder, const std::string& name);
 
-/// The path behind any links, existing or not.
-std::optional<std::string> FollowLinks(std::string path, std::string& reason);
+/// What a path leads to behind any links.
+struct Target {
+  std::string m_Path;
+  std::optional<struct stat> m_Status;  ///< nothing: there is no file
+};
+std::optional<Target> FollowLinks(std::string path, std::string& reason);
+
+/// The same, once what killed saves have left beside the target is cleared up.
+std::optional<Target> FindTarget(const std::string& path, std::string& reason);
 
 FileIdentity IdentityOf(const struct stat& status);
+bool IsSameFile(const std::optional<FileIdentity>& file, const std::optional<FileIdentity>& other);
 
-/// Whether the path, without following a link, names the file that is opened.
-bool LeadsTo(const std::string& path, int descriptor);
+/// Whether the path, without following a link, names that file.
+bool LeadsTo(const std::string& path, const FileIdentity& file);
 
 /// A hidden name in the target's folder, made from the target's own: the next one who needs it
 /// finds what an earlier one left there. It is short, however long the target's name is.
 std::string NameBeside(const std::string& target, std::string_view purpose);
+
+/// Whether a TemporaryFolder has the file: what is left there goes with the folder.
+bool IsInTemporaryFolder(const std::string& path);
 
 }  // namespace zam

@@ -117,11 +117,7 @@ mode_t ModeWithoutList(const FileAccess& access) {
 }
 
 /// Gives the owner and the group; `group` is false when the group could not be given.
-bool GiveOwner(int descriptor, const struct stat& status, bool& group) {
-  struct stat own {};
-  if (::fstat(descriptor, &own) != 0) {
-    return false;
-  }
+bool GiveOwner(int descriptor, const struct stat& own, const struct stat& status, bool& group) {
   group = true;
   if (own.st_uid == status.st_uid && own.st_gid == status.st_gid) {
     return true;
@@ -158,30 +154,31 @@ bool SetPlainMode(int descriptor, mode_t mode) {
 
 }  // namespace
 
-bool ReadAccess(const std::string& path, FileAccess& access) {
+std::optional<FileAccess> ReadAccess(const std::string& path, const struct stat& status) {
   constexpr int Attempts = 100;
+  struct stat before = status;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
-    access = {};
-    if (::stat(path.c_str(), &access.m_Status) != 0) {
-      return false;
-    }
+    FileAccess access;
     const bool read = ReadAttributes(path, access);
     const int error = errno;
     // What is read in several steps must be of one file and of one moment.
-    struct stat after {};
-    if (::stat(path.c_str(), &after) == 0 && IsUnchanged(access.m_Status, after)) {
-      errno = error;
-      return read;
+    if (::stat(path.c_str(), &access.m_Status) != 0) {
+      return std::nullopt;
     }
+    if (IsUnchanged(before, access.m_Status)) {
+      errno = error;
+      return read ? std::optional(std::move(access)) : std::nullopt;
+    }
+    before = access.m_Status;
   }
   errno = EAGAIN;
-  return false;
+  return std::nullopt;
 }
 
-bool GiveAccess(int descriptor, const FileAccess& access) {
+bool GiveAccess(int descriptor, const struct stat& own, const FileAccess& access) {
   bool group = false;
   bool attributes = false;
-  if (!GiveOwner(descriptor, access.m_Status, group) ||
+  if (!GiveOwner(descriptor, own, access.m_Status, group) ||
       !GiveAttributes(descriptor, access, group, attributes)) {
     return false;
   }

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,12 +17,13 @@ struct FileAccess {
   bool m_Complete = true;  ///< whether all of them could be read
 };
 
-/// False, with errno, when it cannot be read.
-bool ReadAccess(const std::string& path, FileAccess& access);
+/// The access of a file, which `status` has just been asked of; nothing, with errno, when it cannot
+/// be read.
+std::optional<FileAccess> ReadAccess(const std::string& path, const struct stat& status);
 
-/// Gives that access to a file that only this user can open. What cannot be given narrows it: at no
-/// moment can anybody open the file who may not. Rights of a program (setuid, setgid) are not
-/// given. False, with errno, when the disk fails or is full.
-bool GiveAccess(int descriptor, const FileAccess& access);
+/// Gives that access to a file that only this user can open, and has `own` so far. What cannot be
+/// given narrows it: at no moment can anybody open the file who may not. Rights of a program
+/// (setuid, setgid) are not given. False, with errno, when the disk fails or is full.
+bool GiveAccess(int descriptor, const struct stat& own, const FileAccess& access);
 
 }  // namespace zam

@@ -37,34 +37,31 @@ int Make(const char* path, mode_t mode) {
 }  // namespace
 
 std::optional<std::string> LockFileName(const std::string& path, std::string& reason) {
-  if (!IsUsablePath(path, reason)) {
-    return std::nullopt;
-  }
   const auto target = FollowLinks(path, reason);
   if (!target) {
     return std::nullopt;
   }
   // The name must mean the same when the process has gone to another folder.
   const std::unique_ptr<char, decltype(&std::free)> folder(
-      ::realpath(FolderOf(*target).c_str(), nullptr), &std::free);
-  if (!folder) {
-    reason = LastReason();
-    return std::nullopt;
-  }
-  return NameBeside(Joined(folder.get(), target->substr(target->rfind('/') + 1)), ".lock");
+      ::realpath(FolderOf(target->m_Path).c_str(), nullptr), &std::free);
+  return folder ? std::optional(NameBeside(
+                      Joined(folder.get(), std::string(NameOf(target->m_Path))), ".lock"))
+                : NothingBecause(reason);
 }
 
 LockFile::Attempt LockFile::Take(const std::string& path, For whom, std::string& reason) {
   Release();
   std::string name = path;
-  Descriptor file(::open(path.c_str(), OpenFlags));
-  // One that cannot be opened belongs to another user, who may be about to open it to others.
-  bool passes = errno == EACCES;
-  bool made = false;
-  if (!file.IsOpen() && errno == ENOENT && whom != For::Leftover) {
-    file = Descriptor(Make(path.c_str(), whom == For::Everyone ? 0666 : 0600));
-    passes = errno == EEXIST;
-    made = file.IsOpen();
+  const bool makes = whom != For::Leftover;
+  const mode_t mode = whom == For::Everyone ? 0666 : 0600;
+  Descriptor file(makes ? Make(path.c_str(), mode) : -1);
+  const bool made = file.IsOpen();
+  bool passes = false;
+  if (!made && (!makes || errno == EEXIST)) {
+    file = Descriptor(::open(path.c_str(), OpenFlags));
+    // One that cannot be opened belongs to another user, who may be about to open it to others. One
+    // that is gone has just been released.
+    passes = errno == EACCES || errno == ENOENT;
   }
   struct stat status {};
   if (!file.IsOpen() || ::fstat(file.Number(), &status) != 0) {
@@ -86,11 +83,12 @@ LockFile::Attempt LockFile::Take(const std::string& path, For whom, std::string&
     return Attempt::Failed;
   }
   // A holder removes the name before it gives the lock up.
-  if (!locked || !LeadsTo(path, file.Number())) {
+  if (!locked || !LeadsTo(path, IdentityOf(status))) {
     reason = "another holder has locked it";
     return Attempt::Busy;
   }
   m_Path = std::move(name);
+  m_File = IdentityOf(status);
   m_Process = ProcessNumber();
   m_Descriptor = file.Release();
   return Attempt::Held;
@@ -115,7 +113,7 @@ void LockFile::Release() noexcept {
     return;
   }
   // A forked child has the descriptor as well, but the lock is its parent's.
-  if (m_Process == ProcessNumber() && LeadsTo(m_Path, m_Descriptor)) {
+  if (m_Process == ProcessNumber() && LeadsTo(m_Path, m_File)) {
     ::unlink(m_Path.c_str());
   }
   ::close(std::exchange(m_Descriptor, -1));

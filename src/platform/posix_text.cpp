@@ -2,61 +2,50 @@
 
 #include <array>
 #include <cerrno>
+#include <memory>
 #include <new>
+#include <type_traits>
 
 #include "platform/system.h"
 
 namespace zam {
 namespace {
 
-class Converter {
-public:
-  explicit Converter(const std::string& encoding)
-      : m_Converter(::iconv_open("UTF-8", encoding.c_str())) {
-    if (!IsOpen() && errno == ENOMEM) {
-      throw std::bad_alloc();
-    }
-  }
-  Converter(const Converter&) = delete;
-  Converter& operator=(const Converter&) = delete;
-  ~Converter() {
-    if (IsOpen()) {
-      ::iconv_close(m_Converter);
-    }
-  }
-
-  bool IsOpen() const noexcept { return m_Converter != reinterpret_cast<iconv_t>(-1); }
-
-  /// Appends what the bytes give; without any, what an encoding with states leaves at the end.
-  bool Append(std::string& text, char* bytes, std::size_t size) {
-    for (;;) {
-      std::array<char, 16384> buffer;
-      char* out = buffer.data();
-      std::size_t room = buffer.size();
-      const bool whole = ::iconv(m_Converter, bytes != nullptr ? &bytes : nullptr, &size, &out,
-                                 &room) != static_cast<std::size_t>(-1);
-      const int error = errno;
-      text.append(buffer.data(), buffer.size() - room);
-      if (whole || error != E2BIG) {
-        return whole;
-      }
-    }
-  }
-
-private:
-  iconv_t m_Converter;
+struct CloseConverter {
+  void operator()(iconv_t converter) const noexcept { ::iconv_close(converter); }
 };
+using Converter = std::unique_ptr<std::remove_pointer_t<iconv_t>, CloseConverter>;
+
+/// Appends what the bytes give; without any, what an encoding with states leaves at the end.
+bool Append(std::string& text, iconv_t converter, char* bytes, std::size_t size) {
+  for (;;) {
+    std::array<char, 16384> buffer;
+    char* out = buffer.data();
+    std::size_t room = buffer.size();
+    const bool whole = ::iconv(converter, bytes != nullptr ? &bytes : nullptr, &size, &out,
+                               &room) != static_cast<std::size_t>(-1);
+    const int error = errno;
+    text.append(buffer.data(), buffer.size() - room);
+    if (whole || error != E2BIG) {
+      return whole;
+    }
+  }
+}
 
 }  // namespace
 
 Conversion AppendConverted(std::string& text, std::string_view bytes, const std::string& encoding) {
-  Converter converter(encoding);
-  if (!converter.IsOpen()) {
+  const iconv_t opened = ::iconv_open("UTF-8", encoding.c_str());
+  if (opened == reinterpret_cast<iconv_t>(-1)) {
+    if (errno == ENOMEM) {
+      throw std::bad_alloc();
+    }
     return Conversion::UnknownEncoding;
   }
+  const Converter converter(opened);
   // POSIX declares the bytes as changeable and leaves them alone.
-  const bool whole = converter.Append(text, const_cast<char*>(bytes.data()), bytes.size()) &&
-                     converter.Append(text, nullptr, 0);
+  const bool whole = Append(text, opened, const_cast<char*>(bytes.data()), bytes.size()) &&
+                     Append(text, opened, nullptr, 0);
   return whole ? Conversion::Done : Conversion::BadBytes;
 }
 

@@ -4,9 +4,10 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <ctime>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "platform/posix.h"
 #include "platform/posix_access.h"
@@ -15,12 +16,7 @@
 namespace zam {
 namespace {
 
-/// How many saves of one file at a time have names that are found again when they are killed.
-constexpr int Numbers = 4;
-
-bool IsSameFile(const std::optional<FileIdentity>& file, const std::optional<FileIdentity>& other) {
-  return file && other && file->m_Device == other->m_Device && file->m_Inode == other->m_Inode;
-}
+constexpr const char* LockSuffix = ".save";
 
 /// Names beside a target: for the new file of a save, and for the old one while a save or a host
 /// may replace it.
@@ -41,13 +37,14 @@ struct Names {
   std::string m_KeptFromHost;
 };
 
-std::string Stem(const std::string& target, int number) {
-  return NameBeside(target, '-' + std::to_string(number));
-}
-
-bool TakeNumber(const std::string& stem, LockFile::For whom, LockFile& lock) {
-  std::string reason;
-  return lock.Take(stem + ".save", whom, reason) == LockFile::Attempt::Held;
+/// What the names of each number begin with. So many saves of one file at a time have names that
+/// are found again when they are killed.
+std::vector<std::string> Stems(const std::string& target) {
+  if (IsInTemporaryFolder(target)) {
+    return {};
+  }
+  const std::string begin = NameBeside(target, "-");
+  return {begin + '0', begin + '1', begin + '2', begin + '3'};
 }
 
 /// Clears up behind a killed process, whose lock is held now. If a host's template was put at the
@@ -55,7 +52,7 @@ bool TakeNumber(const std::string& stem, LockFile::For whom, LockFile& lock) {
 /// nobody knows whether the old file is still wanted.
 bool ClearUp(const Names& names, const std::string& target, LockFile& lock) {
   const auto kept = IdentifyFile(names.m_KeptFromHost);
-  const auto there = IdentifyFile(target);
+  const auto there = kept ? IdentifyFile(target) : std::nullopt;
   if (kept && !IsSameFile(kept, there)) {
     const auto put = lock.Note();
     if (!there || there == put) {
@@ -73,9 +70,9 @@ bool ClearUp(const Names& names, const std::string& target, LockFile& lock) {
 
 /// A stem of names that are no other process's: whoever holds the lock of a number has its names.
 std::string TakeStem(const std::string& target, LockFile& lock) {
-  for (int number = 0; number < Numbers; ++number) {
-    std::string stem = Stem(target, number);
-    if (TakeNumber(stem, LockFile::For::Owner, lock)) {
+  std::string ignored;
+  for (const std::string& stem : Stems(target)) {
+    if (lock.Take(stem + LockSuffix, LockFile::For::Owner, ignored) == LockFile::Attempt::Held) {
       if (ClearUp(Names(stem), target, lock)) {
         return stem;
       }
@@ -88,29 +85,44 @@ std::string TakeStem(const std::string& target, LockFile& lock) {
                                 std::to_string(++counter));
 }
 
-}  // namespace
-
-void ClearUpBeside(const std::string& target) {
-  for (int number = 0; number < Numbers; ++number) {
-    const std::string stem = Stem(target, number);
+/// Clears up what killed saves to the target have left beside it; whether there was anything.
+bool ClearUpBeside(const std::string& target) {
+  bool found = false;
+  std::string ignored;
+  for (const std::string& stem : Stems(target)) {
+    const std::string name = stem + LockSuffix;
+    struct stat status {};
     LockFile lock;
-    if (TakeNumber(stem, LockFile::For::Leftover, lock)) {
+    if (::lstat(name.c_str(), &status) == 0 &&
+        lock.Take(name, LockFile::For::Leftover, ignored) == LockFile::Attempt::Held) {
       ClearUp(Names(stem), target, lock);
+      found = true;
     }
   }
+  return found;
 }
 
-class WorkingNames {
-public:
+}  // namespace
+
+struct WorkingNames {
   explicit WorkingNames(const std::string& target) : m_Names(TakeStem(target, m_Lock)) {}
   WorkingNames(const WorkingNames&) = delete;
   WorkingNames& operator=(const WorkingNames&) = delete;
-  /// Removes the files of these names.
-  ~WorkingNames() { m_Names.Remove(); }
+  ~WorkingNames() {
+    if (m_AreInUse) {
+      m_Names.Remove();
+    }
+  }
 
   LockFile m_Lock;
   Names m_Names;
+  bool m_AreInUse = true;  ///< files of these names may be there
 };
+
+std::optional<Target> FindTarget(const std::string& path, std::string& reason) {
+  auto target = FollowLinks(path, reason);
+  return target && ClearUpBeside(target->m_Path) ? FollowLinks(path, reason) : target;
+}
 
 namespace {
 
@@ -130,57 +142,70 @@ bool WriteAll(int descriptor, std::string_view bytes) {
   return true;
 }
 
-/// The file that is to be replaced, if any.
-struct Existing {
-  bool m_Exists = false;
-  FileAccess m_Access;
-};
-
-bool LookAt(const std::string& target, Existing& existing, std::string& reason) {
-  existing.m_Exists = ReadAccess(target, existing.m_Access);
-  if (!existing.m_Exists) {
-    if (errno == ENOENT) {
-      return true;
-    }
-    reason = LastReason();
-    return false;
+/// Asks for the access of the file that is to be replaced, if any. False when it must not be.
+bool LookAt(const Target& target, std::optional<FileAccess>& existing, std::string& reason) {
+  if (!target.m_Status) {
+    return true;
   }
-  if (!S_ISREG(existing.m_Access.m_Status.st_mode)) {
+  existing = ReadAccess(target.m_Path, *target.m_Status);
+  if (!existing && errno == ENOENT) {
+    return true;
+  }
+  if (existing && !S_ISREG(existing->m_Status.st_mode)) {
     reason = "it is not a regular file";
     return false;
   }
-  if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
+  if (!existing || ::faccessat(AT_FDCWD, target.m_Path.c_str(), W_OK, AT_EACCESS) != 0) {
     reason = LastReason();
     return false;
   }
   return true;
 }
 
-/// Renames the new file over the old one. When the folder cannot be flushed, the name might not
-/// last: the old file, or none, then comes back.
+/// Makes the new file and writes it; nothing when that fails.
+std::optional<FileIdentity> WriteNew(const std::string& path,
+                                     const std::optional<FileAccess>& existing,
+                                     const WriteContent& content, bool durable) {
+  Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                         existing ? 0600 : 0666));
+  struct stat own {};
+  if (!file.IsOpen() || ::fstat(file.Number(), &own) != 0 ||
+      !content([&](std::string_view bytes) { return WriteAll(file.Number(), bytes); }) ||
+      (existing && !GiveAccess(file.Number(), own, *existing)) ||
+      (durable && ::fsync(file.Number()) != 0) || !file.Close()) {
+    return std::nullopt;
+  }
+  // On a share whose locks do not reach other machines the name may have become another's.
+  const auto written = IdentifyFile(path);
+  if (!IsSameFile(written, IdentityOf(own))) {
+    errno = EBUSY;
+    return std::nullopt;
+  }
+  return written;
+}
+
+/// Renames the new file over the old one; no file of these names is left then. When the folder
+/// cannot be flushed, the name might not last: the old file, or none, then comes back.
 bool PutInPlace(const Names& names, const std::string& target, bool exists,
                 const FileIdentity& written, const Descriptor& folder) {
   const bool kept =
       folder.IsOpen() && exists && ::link(target.c_str(), names.m_KeptBySave.c_str()) == 0;
-  const auto put = IdentifyFile(names.m_New);
-  // On a share whose locks do not reach other machines the name may have become another's.
-  if (!IsSameFile(put, written)) {
-    errno = EBUSY;
-    return false;
-  }
   if (innermostKept != nullptr) {
-    innermostKept->HostPuts(target, *put);
+    innermostKept->HostPuts(target, written);
   }
   if (::rename(names.m_New.c_str(), target.c_str()) != 0) {
     return false;
   }
   // Some file systems cannot flush a folder and say EINVAL: the name is as safe as it can be there.
   if (!folder.IsOpen() || ::fsync(folder.Number()) == 0 || errno == EINVAL) {
+    if (kept) {
+      ::unlink(names.m_KeptBySave.c_str());
+    }
     return true;
   }
   const int error = errno;
   // Another process may have put a file of its own there since.
-  if (IsSameFile(IdentifyFile(target), put)) {
+  if (LeadsTo(target, written)) {
     if (kept) {
       ::rename(names.m_KeptBySave.c_str(), target.c_str());
     } else if (!exists) {
@@ -191,76 +216,48 @@ bool PutInPlace(const Names& names, const std::string& target, bool exists,
   return false;
 }
 
-std::optional<FileIdentity> ReplaceFile(const std::string& target, const Names& names,
-                                        const Existing& existing, const WriteContent& content,
-                                        Durability durability) {
-  const bool durable = durability == Durability::Durable;
-  const Descriptor folder(
-      durable ? ::open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
-  if (durable && !folder.IsOpen()) {
-    return std::nullopt;
-  }
-  Descriptor file(::open(names.m_New.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                         existing.m_Exists ? 0600 : 0666));
-  struct stat status {};
-  if (!file.IsOpen() ||
-      !content([&](std::string_view bytes) { return WriteAll(file.Number(), bytes); }) ||
-      (existing.m_Exists && !GiveAccess(file.Number(), existing.m_Access)) ||
-      (durable && ::fsync(file.Number()) != 0) || ::fstat(file.Number(), &status) != 0 ||
-      !file.Close()) {
-    return std::nullopt;
-  }
-  const FileIdentity written = IdentityOf(status);
-  if (!PutInPlace(names, target, existing.m_Exists, written, folder)) {
-    return std::nullopt;
-  }
-  return written;
-}
-
 }  // namespace
 
 std::optional<FileIdentity> WriteFile(const std::string& path, const WriteContent& content,
                                       Durability durability, std::string& reason) {
-  if (!IsUsablePath(path, reason)) {
+  const auto target = FindTarget(path, reason);
+  std::optional<FileAccess> existing;
+  if (!target || !LookAt(*target, existing, reason)) {
     return std::nullopt;
   }
-  const auto target = FollowLinks(path, reason);
-  if (!target) {
-    return std::nullopt;
+  const bool durable = durability == Durability::Durable;
+  const Descriptor folder(
+      durable ? ::open(FolderOf(target->m_Path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
+  if (durable && !folder.IsOpen()) {
+    return NothingBecause(reason);
   }
-  ClearUpBeside(*target);
-  Existing existing;
-  if (!LookAt(*target, existing, reason)) {
-    return std::nullopt;
+  WorkingNames working(target->m_Path);
+  const Names& names = working.m_Names;
+  const auto written = WriteNew(names.m_New, existing, content, durable);
+  if (!written || !PutInPlace(names, target->m_Path, existing.has_value(), *written, folder)) {
+    return NothingBecause(reason);
   }
-  const WorkingNames working(*target);
-  const auto written = ReplaceFile(*target, working.m_Names, existing, content, durability);
-  if (!written) {
-    reason = LastReason();
-  }
+  working.m_AreInUse = false;
   return written;
 }
 
 KeptFile::KeptFile(const std::string& path) {
-  std::string reason;
-  auto target = IsUsablePath(path, reason) ? FollowLinks(path, reason) : std::nullopt;
+  std::string ignored;
+  auto target = FindTarget(path, ignored);
   if (!target) {
     return;
   }
-  ClearUpBeside(*target);
-  m_Before = IdentifyFile(*target);
-  if (!m_Before) {
-    struct stat status {};
-    m_IsNew = ::lstat(target->c_str(), &status) != 0 && errno == ENOENT;
-    m_Target = std::move(*target);
-    return;
-  }
-  auto names = std::make_unique<WorkingNames>(*target);
-  if (::link(target->c_str(), names->m_Names.m_KeptFromHost.c_str()) == 0) {
-    m_Target = std::move(*target);
-    m_Names = std::move(names);
+  m_Before = IdentifyFile(target->m_Path);
+  m_IsNew = !m_Before && !target->m_Status;
+  if (m_Before) {
+    m_Names = std::make_unique<WorkingNames>(target->m_Path);
+    if (::link(target->m_Path.c_str(), m_Names->m_Names.m_KeptFromHost.c_str()) != 0) {
+      m_Names.reset();
+      return;
+    }
     m_Outer = std::exchange(innermostKept, this);
   }
+  m_Target = std::move(target->m_Path);
 }
 
 void KeptFile::HostPuts(const std::string& target, const FileIdentity& file) noexcept {

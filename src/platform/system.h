@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// All that the library asks of the operating system. Paths are in UTF-8. One source file for each
 /// system; every call here may be made by several threads at once.
@@ -67,9 +68,6 @@ using WriteContent = std::function<bool(const WriteBlock&)>;
 std::optional<FileIdentity> WriteFile(const std::string& path, const WriteContent& content,
                                       Durability durability, std::string& reason);
 
-/// Clears up what killed saves to the target have left beside it.
-void ClearUpBeside(const std::string& target);
-
 bool RemoveFile(const std::string& path) noexcept;
 
 /// A folder inside the system's temporary directory that only this user can enter, or nothing.
@@ -85,13 +83,21 @@ public:
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder();
 
-  const std::string& Path() const noexcept;
+  const std::string& Path() const noexcept { return m_Path; }
 
 private:
-  class Opened;
-  explicit TemporaryFolder(std::unique_ptr<Opened> opened) noexcept;
+  enum class Lock {
+    Taken,
+    NotThere,  ///< the file system has no locks
+    Refused,
+  };
 
-  std::unique_ptr<Opened> m_Opened;
+  explicit TemporaryFolder(std::string path) noexcept : m_Path(std::move(path)) {}
+  Lock TakeLock();
+
+  std::string m_Path;
+  unsigned long m_Owner = 0;  ///< the process that removes it
+  std::shared_ptr<void> m_Listing;
 };
 
 unsigned long ProcessNumber() noexcept;
@@ -99,7 +105,7 @@ unsigned long ProcessNumber() noexcept;
 /// The local date and time now.
 std::tm LocalTime();
 
-class WorkingNames;
+struct WorkingNames;
 
 /// Keeps the file at a path, under a second name beside it, while a host puts another
 /// one there for a moment. When the process is killed meanwhile, the next one that reads or writes
@@ -164,6 +170,7 @@ public:
 
 private:
   std::string m_Path;
+  FileIdentity m_File;
   unsigned long m_Process = 0;
   int m_Descriptor = -1;
 };

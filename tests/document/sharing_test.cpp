@@ -52,7 +52,7 @@ TEST_F(Sharing, KilledProcessLeavesNothing) {
                                         ASSERT_EQ(Names("documents").size(), 1U);
                                         ASSERT_EQ(Names("tmp").size(), 1U);
                                       });
-  EXPECT_GT(kills, 100);
+  EXPECT_GT(kills, 60);
   EXPECT_FALSE(HasFailure()) << kills;
 }
 
