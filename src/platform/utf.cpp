@@ -11,7 +11,7 @@
 namespace zam {
 namespace {
 
-constexpr char32_t Replacement = 0xFFFD;
+constexpr char32_t ReplacementCharacter = 0xFFFD;
 /// What NextCodePoint gives for a surrogate without its partner; no code point.
 constexpr char32_t LoneSurrogate = 0xFFFFFFFF;
 
@@ -49,7 +49,7 @@ std::string Convert(std::u16string_view units, Accept accept) {
   for (auto position = static_cast<std::size_t>(plainEnd - units.begin());
        position < units.size();) {
     const char32_t point = NextCodePoint(units, position);
-    utf8::append(accept(point) ? point : Replacement, std::back_inserter(bytes));
+    utf8::append(accept(point) ? point : ReplacementCharacter, std::back_inserter(bytes));
   }
   return bytes;
 }
@@ -141,7 +141,8 @@ std::u16string ToUtf16(std::string_view bytes) {
     utf8::utf8to16(bytes.begin(), bytes.end(), std::back_inserter(units));
   } else {
     std::string repaired;
-    utf8::replace_invalid(bytes.begin(), bytes.end(), std::back_inserter(repaired), Replacement);
+    utf8::replace_invalid(bytes.begin(), bytes.end(), std::back_inserter(repaired),
+                          ReplacementCharacter);
     utf8::utf8to16(repaired.begin(), repaired.end(), std::back_inserter(units));
   }
   return units;

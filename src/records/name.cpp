@@ -17,7 +17,7 @@ constexpr NameOrder GivenFirst = {&ZAMXMLName::m_Prefix, &ZAMXMLName::m_Given,
                                   &ZAMXMLName::m_Suffix};
 
 /// Finds out whether a record of texts holds any character.
-class SearchingFields {
+class FilledFields {
 public:
   void Text(const zam::FieldName&, const _bstr_t& value) {
     m_Found = m_Found || value.length() > 0;
@@ -61,7 +61,7 @@ int ZAMXMLName::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZAMLog* log) {
 }
 
 int ZAMXMLName::IsEmpty() const {
-  SearchingFields fields;
+  FilledFields fields;
   zam::NameFields(*this, fields);
   return fields.Found() ? 0 : 1;
 }

@@ -1,4 +1,3 @@
-#include <regex>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -16,8 +15,8 @@ using test::Written;
 /// are stored, and read, as empty ones. Copies are whole and their own.
 template <class Record>
 void ExpectLayout(const std::string& content) {
-  static const std::regex numbered(R"(<(\w+)( \w+=")?[0-9]*("?)>[0-9]+</\1>)");
-  const std::string empty = std::regex_replace(content, numbered, "<$1$2$3/>");
+  const std::string empty =
+      test::Replaced(content, R"(<(\w+)( \w+=")?[0-9]*("?)>[0-9]+</\1>)", "<$1$2$3/>");
   Record record;
   EXPECT_EQ(Written(record), "<Other/>" + empty);
   ReadFrom(content + empty, record);

@@ -75,11 +75,13 @@ std::string Saved(ZAMXml& xml) {
   return ReadBytes(folder.Path("document.xml"));
 }
 
+std::string Replaced(const std::string& text, const char* pattern, const char* replacement) {
+  return std::regex_replace(text, std::regex(pattern), replacement);
+}
+
 std::string Content(ZAMXml& xml) {
-  static const std::regex declaration(R"(^<\?xml[^>]*\?>\s*)");
-  static const std::regex empty(R"(<(\w+)([^<>/]*)></\1>)");
-  std::string content = std::regex_replace(Saved(xml), declaration, "");
-  content = std::regex_replace(content, empty, "<$1$2/>");
+  std::string content = Replaced(Saved(xml), R"(^<\?xml[^>]*\?>\s*)", "");
+  content = Replaced(content, R"(<(\w+)([^<>/]*)></\1>)", "<$1$2/>");
   while (!content.empty() && content.back() == '\n') {
     content.pop_back();
   }

@@ -40,7 +40,11 @@ void Load(ZAMXml& xml, std::string_view bytes);
 /// it cannot be.
 std::string Saved(ZAMXml& xml);
 
-/// The same from the root element on, with every element without content as an empty-element tag.
+/// The text with every match of a regular expression replaced; <regex> is slow to compile.
+std::string Replaced(const std::string& text, const char* pattern, const char* replacement);
+
+/// The saved document from the root element on, with every element without content as an
+/// empty-element tag.
 std::string Content(ZAMXml& xml);
 
 }  // namespace test

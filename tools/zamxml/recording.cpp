@@ -176,7 +176,7 @@ private:
   const RecordingOptions& m_Options;
 };
 
-void CheckOptions(const RecordingOptions& options) {
+void CheckRecordingOptions(const RecordingOptions& options) {
   if (options.m_File == "-") {
     throw Failure("-", "cannot change the standard input", "a file is needed");
   }
@@ -251,7 +251,7 @@ void AddRecordingOptions(Verb verb, RecordingOptions& options) {
 
 int RecordModification(const std::string& verb, const RecordingOptions& options,
                        const std::function<std::vector<Edit>(Document&)>& edits) {
-  CheckOptions(options);
+  CheckRecordingOptions(options);
   const bool aside = !options.m_Output.empty();
   const std::string& target = aside ? options.m_Output : options.m_File;
   std::optional<TargetLock> lock;

@@ -19,7 +19,7 @@ namespace {
 
 constexpr double LongestWait = 3600;
 
-ZAMFileLock* held = nullptr;
+ZAMFileLock* heldLock = nullptr;
 
 bool Exists(const std::string& path) {
   struct stat existing {};
@@ -55,14 +55,14 @@ TargetLock::TargetLock(const std::string& path, double wait) : m_Lock(FileName(p
   if (m_Lock.Lock(wait, &log) == 0) {
     throw Failure(path, "cannot lock it", Reason(log, path));
   }
-  held = &m_Lock;
+  heldLock = &m_Lock;
 }
 
-TargetLock::~TargetLock() { held = nullptr; }
+TargetLock::~TargetLock() { heldLock = nullptr; }
 
 void ReleaseTarget() noexcept {
-  if (held != nullptr) {
-    held->Unlock();
+  if (heldLock != nullptr) {
+    heldLock->Unlock();
   }
 }
 

@@ -8,14 +8,14 @@
 
 namespace {
 
-struct Options : RecordingOptions {
+struct AmendOptions : RecordingOptions {
   std::vector<std::string> m_Set;
   std::vector<std::string> m_Names;
   std::vector<std::vector<std::string>> m_Statements;
   std::string m_From;
 };
 
-std::vector<Edit> ReadEdits(const Options& options) {
+std::vector<Edit> ReadEdits(const AmendOptions& options) {
   std::vector<Edit> edits;
   if (!options.m_From.empty()) {
     const Input input(options.m_From);
@@ -37,7 +37,7 @@ std::vector<Edit> ReadEdits(const Options& options) {
   return edits;
 }
 
-int Run(const Options& options) {
+int RunAmend(const AmendOptions& options) {
   const std::vector<Edit> edits = ReadEdits(options);
   return RecordModification("amend", options, [&](Document&) { return edits; });
 }
@@ -45,8 +45,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddAmend(CommandLine& line) {
-  line.Add("amend", "Record one modification of any number of changes", Run,
-           [](Verb verb, Options& options) {
+  line.Add("amend", "Record one modification of any number of changes", RunAmend,
+           [](Verb verb, AmendOptions& options) {
              AddRecordingOptions(verb, options);
              verb.Texts("--set", options.m_Set, "A text: PATH[@ATTR]=VALUE; may be repeated");
              verb.Texts("--name", options.m_Names,

@@ -17,7 +17,7 @@
 
 namespace {
 
-struct Options {
+struct BlameOptions {
   std::string m_File;
   std::vector<std::string> m_Paths;
   bool m_Json = false;
@@ -88,7 +88,7 @@ std::string Table(const std::vector<Row>& rows) {
   return text;
 }
 
-int Run(const Options& options) {
+int RunBlame(const BlameOptions& options) {
   const PathFilter filter(options.m_Paths);
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
@@ -119,8 +119,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddBlame(CommandLine& line) {
-  line.Add("blame", "Show which modification set each value last", Run,
-           [](Verb verb, Options& options) {
+  line.Add("blame", "Show which modification set each value last", RunBlame,
+           [](Verb verb, BlameOptions& options) {
              verb.Text("FILE", options.m_File, "The document", Presence::Required);
              verb.Texts("PATH", options.m_Paths, "Only these values: PATH[@ATTR]");
              verb.Flag("--json", options.m_Json, "Print JSON");

@@ -18,7 +18,7 @@
 
 namespace {
 
-struct Options {
+struct ChangesOptions {
   ArchiveOptions m_Archive;
   SelectionOptions m_Selection;
   bool m_Csv = false;
@@ -80,7 +80,7 @@ std::string PlainLine(const std::string& file, int number, const ZAMXMLModificat
                      ChangeLine(item));
 }
 
-std::string LineOf(const Options& options, const std::string& file, int number,
+std::string LineOf(const ChangesOptions& options, const std::string& file, int number,
                    const ZAMXMLModification& modification, const ZAMXMLChangeItem& item) {
   if (options.m_Csv) {
     return CsvLine(RowOf(file, number, modification, item));
@@ -89,7 +89,7 @@ std::string LineOf(const Options& options, const std::string& file, int number,
                          : PlainLine(file, number, modification, item);
 }
 
-int Run(const Options& options) {
+int RunChanges(const ChangesOptions& options) {
   if (options.m_Csv && options.m_Jsonl) {
     throw Failure("", "--csv and --jsonl", "only one of them can be given");
   }
@@ -119,8 +119,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddChanges(CommandLine& line) {
-  line.Add("changes", "Print every change of many documents, one a line", Run,
-           [](Verb verb, Options& options) {
+  line.Add("changes", "Print every change of many documents, one a line", RunChanges,
+           [](Verb verb, ChangesOptions& options) {
              DescribeFiles(verb, options.m_Archive);
              DescribeSelection(verb, options.m_Selection);
              verb.Flag("--csv", options.m_Csv, "Print comma-separated values with a header");

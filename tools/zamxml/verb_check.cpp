@@ -20,7 +20,7 @@
 
 namespace {
 
-struct Options {
+struct CheckOptions {
   ArchiveOptions m_Archive;
   std::string m_Against;
   std::vector<std::string> m_Ignore;
@@ -29,7 +29,8 @@ struct Options {
 
 /// What is left out of a check, and what it compares with.
 struct Terms {
-  explicit Terms(const Options& options) : m_Ignored(ParseCodes("--ignore", options.m_Ignore)) {
+  explicit Terms(const CheckOptions& options)
+      : m_Ignored(ParseCodes("--ignore", options.m_Ignore)) {
     if (!options.m_Against.empty()) {
       m_Noted.emplace(options.m_Against);
     }
@@ -70,7 +71,7 @@ std::vector<Finding> FindingsIn(const std::string& name, const Terms& terms) {
 /// Collects what is found and tells it.
 class Teller {
 public:
-  explicit Teller(const Options& options)
+  explicit Teller(const CheckOptions& options)
       : m_IsJson(options.m_Json), m_Json(JsonOutput("check", options.m_Archive.m_Files.front())) {
     m_Json["findings"] = Json::array();
   }
@@ -122,7 +123,7 @@ private:
 };
 
 /// Documents that were noted in a folder that was looked at, and are not there any more.
-void TellMissing(const Options& options, const Terms& terms, const std::set<std::string>& seen,
+void TellMissing(const CheckOptions& options, const Terms& terms, const std::set<std::string>& seen,
                  Teller& teller) {
   for (const std::string& name : terms.m_Noted->Names()) {
     const bool isBelow = std::ranges::any_of(options.m_Archive.m_Files, [&](const auto& file) {
@@ -134,8 +135,8 @@ void TellMissing(const Options& options, const Terms& terms, const std::set<std:
   }
 }
 
-int Run(const Options& given) {
-  Options options = given;
+int RunCheck(const CheckOptions& given) {
+  CheckOptions options = given;
   const Terms terms(options);
   std::vector<std::string>& files = options.m_Archive.m_Files;
   if (files.empty() && terms.m_Noted) {
@@ -170,12 +171,14 @@ int Run(const Options& given) {
 }  // namespace
 
 void AddCheck(CommandLine& line) {
-  line.Add("check", "Check documents and their history", Run, [](Verb verb, Options& options) {
-    verb.Texts("FILE", options.m_Archive.m_Files,
-               "Documents, or folders with -r; with --against all that are listed, otherwise");
-    DescribeArchive(verb, options.m_Archive);
-    verb.Text("--against", options.m_Against, "Compare with lines of \"zamxml digest\"");
-    verb.Texts("--ignore", options.m_Ignore, "A code of findings to leave out; may be repeated");
-    verb.Flag("--json", options.m_Json, "Print JSON");
-  });
+  line.Add(
+      "check", "Check documents and their history", RunCheck, [](Verb verb, CheckOptions& options) {
+        verb.Texts("FILE", options.m_Archive.m_Files,
+                   "Documents, or folders with -r; with --against all that are listed, otherwise");
+        DescribeArchive(verb, options.m_Archive);
+        verb.Text("--against", options.m_Against, "Compare with lines of \"zamxml digest\"");
+        verb.Texts("--ignore", options.m_Ignore,
+                   "A code of findings to leave out; may be repeated");
+        verb.Flag("--json", options.m_Json, "Print JSON");
+      });
 }

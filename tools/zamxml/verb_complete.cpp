@@ -10,7 +10,7 @@
 
 namespace {
 
-struct Options {
+struct CompleteOptions {
   std::string m_What;
   std::string m_File;
 };
@@ -44,7 +44,7 @@ std::string Paths(Document& document) {
   return lines;
 }
 
-int Run(const Options& options) {
+int RunComplete(const CompleteOptions& options) {
   Document document(options.m_File, options.m_File);
   if (options.m_What == "paths") {
     Deliver(Paths(document));
@@ -61,8 +61,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddComplete(CommandLine& line) {
-  line.Add("complete", "Print the words that a shell can offer for a document", Run,
-           [](Verb verb, Options& options) {
+  line.Add("complete", "Print the words that a shell can offer for a document", RunComplete,
+           [](Verb verb, CompleteOptions& options) {
              verb.Text("WHAT", options.m_What, "paths, positions or users", Presence::Required);
              verb.Text("FILE", options.m_File, "The document", Presence::Required);
            });

@@ -17,7 +17,7 @@
 
 namespace {
 
-struct Options {
+struct DiffOptions {
   std::string m_File;
   std::string m_Second;  ///< the other file, or the first position
   std::string m_Third;   ///< empty, or the second position
@@ -63,7 +63,7 @@ std::vector<Value> ReadLast(const std::string& file) {
   return ReadValues(document.m_Xml);
 }
 
-std::vector<Difference> ComparePositions(const Options& options, Json& json) {
+std::vector<Difference> ComparePositions(const DiffOptions& options, Json& json) {
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
   const int from = document.Position(options.m_Second);
@@ -77,7 +77,7 @@ std::vector<Difference> ComparePositions(const Options& options, Json& json) {
   return from <= to ? Compare(earlier, later) : Compare(later, earlier);
 }
 
-std::vector<Difference> CompareFiles(const Options& options, Json& json) {
+std::vector<Difference> CompareFiles(const DiffOptions& options, Json& json) {
   if (options.m_File == "-" && options.m_Second == "-") {
     throw Failure("-", "cannot compare it", "only one of the files can be the standard input");
   }
@@ -105,7 +105,7 @@ std::string TextOf(const Difference& difference) {
                      Painted(Colour::New, value(difference.m_New)));
 }
 
-int Run(const Options& options) {
+int RunDiff(const DiffOptions& options) {
   Json json = JsonOutput("diff", options.m_File);
   const std::vector<Difference> differences =
       options.m_Third.empty() ? CompareFiles(options, json) : ComparePositions(options, json);
@@ -125,8 +125,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddDiff(CommandLine& line) {
-  line.Add("diff", "Compare two positions of a document (FILE A B), or two files (FILE A)", Run,
-           [](Verb verb, Options& options) {
+  line.Add("diff", "Compare two positions of a document (FILE A B), or two files (FILE A)", RunDiff,
+           [](Verb verb, DiffOptions& options) {
              verb.Text("FILE", options.m_File, "The document", Presence::Required);
              verb.Text("A", options.m_Second,
                        "A position; alone, the other file: last states are compared",

@@ -11,12 +11,12 @@
 
 namespace {
 
-struct Options {
+struct DigestOptions {
   ArchiveOptions m_Archive;
   bool m_Chain = false;
 };
 
-int Run(const Options& options) {
+int RunDigest(const DigestOptions& options) {
   const auto look = [](const std::string& name) {
     const Input input(name);
     Document document(input.Path(), name);
@@ -36,8 +36,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddDigest(CommandLine& line) {
-  line.Add("digest", "Print digests of documents, for check --against", Run,
-           [](Verb verb, Options& options) {
+  line.Add("digest", "Print digests of documents, for check --against", RunDigest,
+           [](Verb verb, DigestOptions& options) {
              DescribeFiles(verb, options.m_Archive);
              verb.Flag("--chain", options.m_Chain,
                        "One line for each position, so that a difference can be placed");

@@ -11,7 +11,7 @@
 
 namespace {
 
-struct Options {
+struct ExportOptions {
   std::string m_File;
   std::string m_At = "original";
 };
@@ -50,7 +50,7 @@ Json ElementToJson(ZAMXml& tree, const IXMLDOMNodePtr& element, const std::strin
   return json;
 }
 
-int Run(const Options& options) {
+int RunExport(const ExportOptions& options) {
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
   document.RequireWholeHistory("cannot export it");
@@ -73,8 +73,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddExport(CommandLine& line) {
-  line.Add("export", "Print a document and its history as one JSON document", Run,
-           [](Verb verb, Options& options) {
+  line.Add("export", "Print a document and its history as one JSON document", RunExport,
+           [](Verb verb, ExportOptions& options) {
              verb.Text("FILE", options.m_File, "The document", Presence::Required);
              verb.Text("--at", options.m_At,
                        "The content at this position, and the modifications after it");

@@ -15,7 +15,7 @@
 
 namespace {
 
-struct Options : TargetOptions {
+struct ImportOptions : TargetOptions {
   std::string m_Source;
   std::string m_File;
 };
@@ -172,7 +172,7 @@ void RefuseFindings(ZAMXml& tree, const std::string& source) {
   }
 }
 
-int Run(const Options& options) {
+int RunImport(const ImportOptions& options) {
   ZAMXml tree;
   Build(tree, options.m_Source);
   RefuseFindings(tree, options.m_Source);
@@ -190,10 +190,11 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddImport(CommandLine& line) {
-  line.Add("import", "Make a document from an exported one", Run, [](Verb verb, Options& options) {
-    verb.Text("JSON", options.m_Source, "What export printed; - is the standard input",
-              Presence::Required);
-    verb.Text("FILE", options.m_File, "The document", Presence::Required);
-    AddTargetOptions(verb, options);
-  });
+  line.Add("import", "Make a document from an exported one", RunImport,
+           [](Verb verb, ImportOptions& options) {
+             verb.Text("JSON", options.m_Source, "What export printed; - is the standard input",
+                       Presence::Required);
+             verb.Text("FILE", options.m_File, "The document", Presence::Required);
+             AddTargetOptions(verb, options);
+           });
 }

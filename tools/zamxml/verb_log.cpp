@@ -21,7 +21,7 @@
 
 namespace {
 
-struct Options {
+struct LogOptions {
   ArchiveOptions m_Archive;
   std::string m_File;
   std::string m_Number;
@@ -32,7 +32,7 @@ struct Options {
   bool m_Json = false;
 };
 
-std::string TextOf(const ZAMXMLModification& modification, int number, const Options& options,
+std::string TextOf(const ZAMXMLModification& modification, int number, const LogOptions& options,
                    const Selection& selection) {
   const std::string line =
       fmt::format("{}  {} change{}  {}\n", Headline(modification, number), modification.GetCount(),
@@ -42,7 +42,7 @@ std::string TextOf(const ZAMXMLModification& modification, int number, const Opt
 }
 
 /// The numbers of the modifications to be shown, in that order.
-std::vector<int> Choose(const Document& document, const Options& options, Selection& selection) {
+std::vector<int> Choose(const Document& document, const LogOptions& options, Selection& selection) {
   std::vector<int> numbers;
   if (!options.m_Number.empty()) {
     const int number = document.Position(options.m_Number);
@@ -69,7 +69,7 @@ std::vector<int> Choose(const Document& document, const Options& options, Select
 }
 
 /// The modifications, each after the prefix.
-Excerpt HistoryOf(Document& document, const Options& options, Selection selection,
+Excerpt HistoryOf(Document& document, const LogOptions& options, Selection selection,
                   const std::string& prefix) {
   Excerpt history{{}, 0, document.Unreadable(), std::move(selection)};
   Json json = JsonOutput("log", document.Name());
@@ -89,7 +89,7 @@ Excerpt HistoryOf(Document& document, const Options& options, Selection selectio
   return history;
 }
 
-int RunFolder(const Options& options, const Selection& selection) {
+int RunFolder(const LogOptions& options, const Selection& selection) {
   if (!options.m_Number.empty()) {
     throw Failure(options.m_File, options.m_Number,
                   "a folder has no modifications; name one of its documents");
@@ -102,7 +102,7 @@ int RunFolder(const Options& options, const Selection& selection) {
   });
 }
 
-int Run(const Options& options) {
+int RunLog(const LogOptions& options) {
   const Selection selection(options.m_Selection);
   std::error_code error;
   if (std::filesystem::is_directory(options.m_File, error)) {
@@ -122,7 +122,7 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddLog(CommandLine& line) {
-  line.Add("log", "Show the history of a document", Run, [](Verb verb, Options& options) {
+  line.Add("log", "Show the history of a document", RunLog, [](Verb verb, LogOptions& options) {
     verb.Text("FILE", options.m_File, "The document, or a folder with -r", Presence::Required);
     verb.Text("N", options.m_Number, "Only this modification, with its changes");
     verb.Flag("-p,--patch", options.m_Patch, "Show each change, old and new");

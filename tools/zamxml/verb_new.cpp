@@ -11,7 +11,7 @@
 
 namespace {
 
-struct Options : TargetOptions {
+struct NewOptions : TargetOptions {
   std::string m_File;
   std::vector<std::string> m_Set;
   bool m_Create = false;
@@ -20,7 +20,7 @@ struct Options : TargetOptions {
 /// A document whose values are put into the tree when the sections have been written.
 class NewDocument : public ZAMXMLFile {
 public:
-  NewDocument(const Options& options, std::vector<Edit> edits)
+  NewDocument(const NewOptions& options, std::vector<Edit> edits)
       : m_Options(options), m_Edits(std::move(edits)) {}
 
 protected:
@@ -60,11 +60,11 @@ private:
     }
   }
 
-  const Options& m_Options;
+  const NewOptions& m_Options;
   std::vector<Edit> m_Edits;
 };
 
-int Run(const Options& options) {
+int RunNew(const NewOptions& options) {
   std::vector<Edit> edits;
   for (const std::string& argument : options.m_Set) {
     edits.push_back(ParseTextEdit(options.m_File, argument));
@@ -83,7 +83,7 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddNew(CommandLine& line) {
-  line.Add("new", "Make a new document", Run, [](Verb verb, Options& options) {
+  line.Add("new", "Make a new document", RunNew, [](Verb verb, NewOptions& options) {
     verb.Text("FILE", options.m_File, "The document", Presence::Required);
     verb.Texts("--set", options.m_Set, "A value: PATH[@ATTR]=VALUE; may be repeated");
     verb.Flag("--create", options.m_Create, "Let --set add elements and attributes");

@@ -21,7 +21,7 @@
 
 namespace {
 
-struct Options : TargetOptions {
+struct ReportOptions : TargetOptions {
   std::string m_File;
   std::string m_Output;
 };
@@ -40,7 +40,7 @@ std::string DigestOf(Document& document) {
   return DigestChain(copy).back();
 }
 
-std::string PageOf(const Options& options, bool& isSound) {
+std::string PageOf(const ReportOptions& options, bool& isSound) {
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
   const std::vector<Finding> findings = FindingsIn(document);
@@ -51,7 +51,7 @@ std::string PageOf(const Options& options, bool& isSound) {
   return page;
 }
 
-int Run(const Options& options) {
+int RunReport(const ReportOptions& options) {
   std::optional<TargetLock> lock;
   if (!options.m_Output.empty()) {
     std::error_code error;
@@ -78,8 +78,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddReport(CommandLine& line) {
-  line.Add("report", "Make a page that shows a document and its whole history in a browser", Run,
-           [](Verb verb, Options& options) {
+  line.Add("report", "Make a page that shows a document and its whole history in a browser",
+           RunReport, [](Verb verb, ReportOptions& options) {
              verb.Text("FILE", options.m_File, "The document", Presence::Required);
              verb.Text("-o,--output", options.m_Output, "Write the page there");
              AddTargetOptions(verb, options);

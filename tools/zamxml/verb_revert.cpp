@@ -11,7 +11,7 @@
 
 namespace {
 
-struct Options : RecordingOptions {
+struct RevertOptions : RecordingOptions {
   std::string m_Number;
 };
 
@@ -31,7 +31,7 @@ void RefuseConflict(const Document& document, int number) {
   }
 }
 
-std::vector<Edit> OldValues(Document& document, const Options& options) {
+std::vector<Edit> OldValues(Document& document, const RevertOptions& options) {
   const int number = document.Position(options.m_Number);
   if (number == Document::Original) {
     throw Failure(document.Name(), "cannot revert the original", "it is no modification");
@@ -50,7 +50,7 @@ std::vector<Edit> OldValues(Document& document, const Options& options) {
   return edits;
 }
 
-int Run(const Options& options) {
+int RunRevert(const RevertOptions& options) {
   return RecordModification("revert", options,
                             [&](Document& document) { return OldValues(document, options); });
 }
@@ -58,8 +58,8 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddRevert(CommandLine& line) {
-  line.Add("revert", "Record a modification that takes an earlier one back", Run,
-           [](Verb verb, Options& options) {
+  line.Add("revert", "Record a modification that takes an earlier one back", RunRevert,
+           [](Verb verb, RevertOptions& options) {
              // What is taken back has been there: a list that was emptied may be filled again.
              options.m_Create = true;
              AddRecordingOptions(verb, options);

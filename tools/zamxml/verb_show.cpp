@@ -17,7 +17,7 @@
 
 namespace {
 
-struct Options {
+struct ShowOptions {
   std::string m_File;
   std::vector<std::string> m_Paths;
   std::string m_At = "last";
@@ -155,7 +155,7 @@ std::string WholeText(Document& document, int position) {
          QuestionsText(study.m_ExtraQuestions) + OthersText(document);
 }
 
-int PrintValues(Document& document, const Options& options, int position) {
+int PrintValues(Document& document, const ShowOptions& options, int position) {
   const PathFilter filter(options.m_Paths);
   Json json = JsonOutput("show", options.m_File);
   json["position"] = position;
@@ -177,7 +177,7 @@ int PrintValues(Document& document, const Options& options, int position) {
   return ReportIdle(filter, options.m_File, document.m_Xml);
 }
 
-int Run(const Options& options) {
+int RunShow(const ShowOptions& options) {
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
   const int position = document.Position(options.m_At);
@@ -192,7 +192,7 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddShow(CommandLine& line) {
-  line.Add("show", "Show what a document holds", Run, [](Verb verb, Options& options) {
+  line.Add("show", "Show what a document holds", RunShow, [](Verb verb, ShowOptions& options) {
     verb.Text("FILE", options.m_File, "The document", Presence::Required);
     verb.Texts("PATH", options.m_Paths, "Only these values: PATH[@ATTR]");
     verb.Text("--at", options.m_At, "Position: original, last, a number or a local time");
