@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "changes/known_list.h"
+#include "changes/list_access.h"
 #include "changes/places.h"
 #include "platform/xml/fields.h"
 #include "records/record.h"
@@ -237,9 +238,10 @@ int ZAMXMLModificationGroup::ApplyModifications(ZAMXml& xml, ZAMTextView rootPat
   }
   const bool redo = current < target;
   const Way way{std::min(current, target) + 1, std::max(current, target), redo};
-  // The position before the list is -1.
-  GetModification(redo ? way.m_nFirst : way.m_nLast);
-  const Modifications list(m_ModificationList.begin(), m_ModificationList.end());
+  if (current < -1 || current >= GetCount()) {
+    throw CInvalidArgException();
+  }
+  const Modifications list = zam::ListAccess::Entries(*this);
   // What is known of the whole list has to be compared with it first.
   constexpr int FarFromWhole = 8;
   if (way.Length() < GetCount() / FarFromWhole) {

@@ -1,6 +1,9 @@
 #include "changes/known_list.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "changes/list_access.h"
 
 namespace zam {
 
@@ -19,17 +22,18 @@ bool KnownList::IsSame(const Row& row, const ZAMXMLChangeItem& item) noexcept {
 }
 
 bool KnownList::Holds(const ZAMXMLModificationGroup& list, int count) const noexcept {
+  const auto entries = ListAccess::Entries(list);
   if (count > GetCount() || count > list.GetCount()) {
     return false;
   }
-  auto row = m_Rows.begin();
-  auto entry = list.m_ModificationList.begin();
-  for (int index = 0; index < count; ++index, ++entry) {
-    const ZAMXMLModification* const modification = *entry;
-    if (!IsSame(*row++, *modification)) {
+  const auto end = static_cast<std::size_t>(count);
+  auto index = static_cast<std::size_t>(std::min(ListAccess::CountUnseen(list), count));
+  const Row* row = index < end ? &m_Rows[m_Begins[index]] : nullptr;
+  for (; index < end; ++index) {
+    if (!IsSame(*row++, *entries[index])) {
       return false;
     }
-    for (const ZAMXMLChangeItem* const item : modification->m_Changes) {
+    for (const ZAMXMLChangeItem* const item : entries[index]->m_Changes) {
       if (!IsSame(*row++, *item)) {
         return false;
       }
@@ -42,13 +46,14 @@ void KnownList::Learn(const ZAMXMLModificationGroup& list) {
   if (!Holds(list, GetCount())) {
     *this = {};
   }
-  for (int index = GetCount(); index < list.GetCount(); ++index) {
-    Add(*list.GetModification(index));
+  for (const auto* const entry :
+       ListAccess::Entries(list).subspan(static_cast<std::size_t>(GetCount()))) {
+    Add(*entry);
   }
 }
 
 void KnownList::Add(const ZAMXMLModification& modification) {
-  const auto known = static_cast<std::ptrdiff_t>(m_Rows.size());
+  const std::size_t begin = m_Rows.size();
   try {
     m_Rows.push_back({{modification.m_UID, modification.m_Date, modification.m_Time,
                        modification.m_UserID, modification.m_UserName},
@@ -58,17 +63,17 @@ void KnownList::Add(const ZAMXMLModification& modification) {
           {{item->m_Code, item->m_Node, item->m_Attribute, item->m_OldValue, item->m_NewValue},
            item->m_ValueType});
     }
+    m_Begins.push_back(begin);
   } catch (...) {
-    m_Rows.erase(m_Rows.begin() + known, m_Rows.end());
+    m_Rows.erase(m_Rows.begin() + static_cast<std::ptrdiff_t>(begin), m_Rows.end());
     throw;
   }
-  ++m_nCount;
 }
 
 Places& KnownList::WrittenPlaces(const ZAMXMLModificationGroup& list) {
   try {
     for (; m_nPlaced < GetCount(); ++m_nPlaced) {
-      m_Places.Add(*list.GetModification(m_nPlaced), m_nPlaced);
+      m_Places.Add(*ListAccess::Entries(list)[static_cast<std::size_t>(m_nPlaced)], m_nPlaced);
     }
   } catch (...) {
     m_Places = {};

@@ -16,7 +16,7 @@ struct RawChildren;
 /// texts are immutable and are kept here, a text that still shares its units is unchanged.
 class KnownList {
 public:
-  int GetCount() const noexcept { return m_nCount; }
+  int GetCount() const noexcept { return static_cast<int>(m_Begins.size()); }
   /// Whether the first entries of the list are known and unchanged.
   bool Holds(const ZAMXMLModificationGroup& list, int count) const noexcept;
   /// Learns the whole list; what is known and unchanged already stays.
@@ -47,7 +47,7 @@ private:
   void Add(const ZAMXMLModification& modification);
 
   std::vector<Row> m_Rows;  ///< for each modification one, and behind it those of its items
-  int m_nCount = 0;         ///< modifications
+  std::vector<std::size_t> m_Begins;  ///< the row of each modification
   Places m_Places;
   int m_nPlaced = 0;  ///< modifications of which the places are taken
   std::shared_ptr<const RawChildren> m_Raw;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "platform/xml/raw.h"
 #include "zamxml/changes.h"
 
@@ -27,12 +29,22 @@ bool IsWritten(WrittenCursor inside, const ZAMXMLModification& modification);
 
 /// What the library does with a list beyond what hosts do.
 struct ListAccess {
+  /// The entries, without handing them out.
+  static std::span<ZAMXMLModification* const> Entries(const ZAMXMLModificationGroup& list) noexcept;
+  /// How many of them, from the first on, have not been handed out since they were read.
+  static int CountUnseen(const ZAMXMLModificationGroup& list) noexcept {
+    return list.m_ModificationList.m_nUnseen;
+  }
+
   /// Reads an empty list from its element, like its ReadFromXML. Entries of the former list which
   /// the element still holds, at the same index, move over and leave null there.
   static int ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former, ZAMXml& xml,
                        const IXMLDOMNodePtr& element, ZAMLog* log);
   /// Moves such entries back, as far as they are still in the list.
   static void TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& list);
+  /// Whether a list that was read again has all that the list before it had, entries that were
+  /// taken over included: the reading leaves out entries for which there is no memory.
+  static bool IsWhole(const ZAMXMLModificationGroup& read, const ZAMXMLModificationGroup& before);
   /// Exchanges two lists, and what is known of them.
   static void Swap(ZAMXMLModificationGroup& left, ZAMXMLModificationGroup& right) noexcept;
 
@@ -45,8 +57,8 @@ struct ListAccess {
                           const IXMLDOMNodePtr& element);
 
 private:
-  /// What is known of the list; made when it is missing.
-  static KnownList& Known(ZAMXMLModificationGroup& list);
+  /// Moves the first entries over, which leave null.
+  static void TakeFirst(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former, int count);
   static bool IsRawRead(const ZAMXMLModificationGroup& list, const RawSection& section) noexcept;
 };
 

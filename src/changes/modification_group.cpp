@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -43,11 +44,10 @@ int ZAMXMLModificationGroup::WriteToXML(ZAMXml& xml, IXMLDOMNodePtr& element, ZA
   });
 }
 
-zam::KnownList& zam::ListAccess::Known(ZAMXMLModificationGroup& list) {
-  if (list.m_pKnown == nullptr) {
-    list.m_pKnown = std::make_unique<KnownList>();
-  }
-  return *list.m_pKnown;
+std::span<ZAMXMLModification* const> zam::ListAccess::Entries(
+    const ZAMXMLModificationGroup& list) noexcept {
+  const auto& array = list.m_ModificationList;
+  return std::span(array.m_Entries).subspan(array.m_First);
 }
 
 bool zam::ListAccess::IsRawRead(const ZAMXMLModificationGroup& list,
@@ -66,18 +66,33 @@ bool zam::ListAccess::ReadRaw(ZAMXMLModificationGroup& list, const RawSection& s
       isRead = ReadEntry(entries, cursor, u"Modification");
     }
     if (isRead && before == 0) {
-      Known(list).Learn(list);
+      list.m_pKnown = std::make_unique<KnownList>();
+      list.m_pKnown->Learn(list);
       list.m_pKnown->SetRead(section.Children(), cursor.IsWritten());
+      entries.m_nUnseen = entries.GetCount();
     }
   } catch (const std::exception&) {
     // Without memory for all at once, the section is read like any other.
     isRead = false;
+  }
+  if (!isRead) {
+    list.m_pKnown.reset();
   }
   while (!isRead && entries.GetCount() > before) {
     const std::unique_ptr<ZAMXMLModification> entry(entries[entries.GetCount() - 1]);
     entries.RemoveAt(entries.GetCount() - 1);
   }
   return isRead;
+}
+
+void zam::ListAccess::TakeFirst(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former,
+                                int count) {
+  auto& entries = list.m_ModificationList;
+  auto& known = former.m_ModificationList;
+  const auto first = known.m_Entries.begin() + static_cast<std::ptrdiff_t>(known.m_First);
+  entries.m_Entries.assign(first, first + count);
+  std::fill_n(first, count, nullptr);
+  entries.m_nUnseen = std::min(known.m_nUnseen, count);
 }
 
 int zam::ListAccess::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModificationGroup& former,
@@ -87,11 +102,8 @@ int zam::ListAccess::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModification
   return RunGuarded(xml, element, log, [&] {
     const RawSection section(xml, element);
     const bool isRaw = section && IsRawRead(former, section);
-    int position = 0;
-    for (; isRaw && position < section.GetCount(); ++position) {
-      entries.Add(known[position]);
-      known[position] = nullptr;
-    }
+    int position = isRaw ? section.GetCount() : 0;
+    TakeFirst(list, former, position);
     list.m_pKnown = std::move(former.m_pKnown);
     const FieldName name(u"Modification");
     FieldCursor child = (isRaw ? section.Rest() : FieldCursor(xml, element)).Below(name);
@@ -106,6 +118,14 @@ int zam::ListAccess::ReadAgain(ZAMXMLModificationGroup& list, ZAMXMLModification
     }
     return 1;
   });
+}
+
+bool zam::ListAccess::IsWhole(const ZAMXMLModificationGroup& read,
+                              const ZAMXMLModificationGroup& before) {
+  const auto sameCount = [](const ZAMXMLModification* left, const ZAMXMLModification* right) {
+    return right == nullptr || left->GetCount() == right->GetCount();
+  };
+  return std::ranges::equal(Entries(read), Entries(before), sameCount);
 }
 
 void zam::ListAccess::TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificationGroup& list) {
@@ -124,7 +144,11 @@ void zam::ListAccess::TakeBack(ZAMXMLModificationGroup& former, ZAMXMLModificati
 }
 
 void zam::ListAccess::Swap(ZAMXMLModificationGroup& left, ZAMXMLModificationGroup& right) noexcept {
-  std::swap(left.m_ModificationList, right.m_ModificationList);
+  auto& leftArray = left.m_ModificationList;
+  auto& rightArray = right.m_ModificationList;
+  std::swap(leftArray.m_Entries, rightArray.m_Entries);
+  std::swap(leftArray.m_First, rightArray.m_First);
+  std::swap(leftArray.m_nUnseen, rightArray.m_nUnseen);
   std::swap(left.m_pKnown, right.m_pKnown);
 }
 

@@ -7,20 +7,6 @@
 #include "platform/codes.h"
 #include "zamxml/document.h"
 
-namespace {
-
-/// Whether a list that was read again has all that the list before it had, entries that were taken
-/// over included: the reading leaves out entries for which there is no memory.
-bool IsWhole(const ZAMXMLModificationGroup& read, const ZAMXMLModificationGroup& before) {
-  const auto sameCount = [](const ZAMXMLModification* left, const ZAMXMLModification* right) {
-    return right == nullptr || left->GetCount() == right->GetCount();
-  };
-  return std::equal(read.m_ModificationList.begin(), read.m_ModificationList.end(),
-                    before.m_ModificationList.begin(), before.m_ModificationList.end(), sameCount);
-}
-
-}  // namespace
-
 int ZAMXMLFile::GetHistoryCount() const { return m_Modifications.GetCount(); }
 
 int ZAMXMLFile::_SetHistory(ZAMXml& xml, int position) {
@@ -115,7 +101,7 @@ int ZAMXMLFile::RereadRecords(int position) {
     throw;
   }
   const bool withheld = m_nWithheld != 0 && m_Modifications.GetCount() == 0;
-  whole = whole && session == Session() && (withheld || IsWhole(m_Modifications, kept));
+  whole = whole && session == Session() && (withheld || zam::ListAccess::IsWhole(m_Modifications, kept));
   if (!whole || withheld) {
     putBack();
   }
