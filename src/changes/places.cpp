@@ -6,8 +6,7 @@
 #include <unordered_set>
 
 #include "platform/utf.h"
-#include "platform/xml/name_escape.h"
-#include "platform/xml/path.h"
+#include "platform/xml/name.h"
 
 namespace zam {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/xml/insertion.h"
+#include "platform/xml/format.h"
 #include "zamxml/platform/error.h"
 
 namespace zam {
@@ -44,97 +44,6 @@ ZAMXmlDocument::~ZAMXmlDocument() {
     if (note->m_References == 0) {
       delete note;
     }
-  }
-}
-
-ZAMXmlNode* ZAMXmlDocument::FindNote(pugi::xml_node element) const noexcept {
-  const auto note = m_Notes.find(element.internal_object());
-  return note != m_Notes.end() ? note->second : nullptr;
-}
-
-ZAMXmlNode& ZAMXmlDocument::Note(pugi::xml_node element) {
-  ZAMXmlNode*& note = m_Notes[element.internal_object()];
-  if (note == nullptr) {
-    try {
-      note = new ZAMXmlNode(*this, element);
-    } catch (...) {
-      m_Notes.erase(element.internal_object());
-      throw;
-    }
-  }
-  return *note;
-}
-
-zam::ElementMemory* ZAMXmlDocument::FindMemory(pugi::xml_node element) const noexcept {
-  const ZAMXmlNode* note = FindNote(element);
-  return note != nullptr ? note->m_Memory.get() : nullptr;
-}
-
-zam::ElementMemory& ZAMXmlDocument::Memory(pugi::xml_node element) {
-  auto memory = FindMemory(element) == nullptr ? std::make_unique<zam::ElementMemory>() : nullptr;
-  ZAMXmlNode& note = Note(element);
-  if (memory) {
-    note.m_Memory = std::move(memory);
-  }
-  return *note.m_Memory;
-}
-
-IXMLDOMNodePtr ZAMXmlDocument::Handle(pugi::xml_node node, int index) {
-  if (!node) {
-    return {};
-  }
-  ZAMXmlNode& note = Note(node);
-  if (note.m_References == 0) {
-    note.m_Index = index;
-  }
-  return IXMLDOMNodePtr(&note);
-}
-
-void ZAMXmlDocument::Release(ZAMXmlNode* note) noexcept {
-  if (note->m_Document != nullptr) {
-    if (note->m_Memory) {
-      return;
-    }
-    note->m_Document->m_Notes.erase(note->m_Node.internal_object());
-  }
-  delete note;
-}
-
-void ZAMXmlDocument::Forget(pugi::xml_node element) noexcept {
-  const auto found = m_Notes.find(element.internal_object());
-  if (found == m_Notes.end()) {
-    return;
-  }
-  ZAMXmlNode* const note = found->second;
-  m_Notes.erase(found);
-  note->m_Document = nullptr;
-  note->m_Memory.reset();
-  if (note->m_References == 0) {
-    delete note;
-  }
-}
-
-void ZAMXmlDocument::Forget(pugi::xml_node subtree, bool itself) noexcept {
-  m_LastWalk = {};
-  if (m_Raw && zam::IsInside(m_Raw->m_Parent, subtree)) {
-    m_Raw.reset();
-  }
-  pugi::xml_node node = subtree;
-  while (!m_Notes.empty()) {
-    if (node.type() == pugi::node_element && (itself || node != subtree)) {
-      Forget(node);
-    }
-    if (node.first_child()) {
-      node = node.first_child();
-      continue;
-    }
-    while (node != subtree && !node.next_sibling()) {
-      node = node.parent();
-    }
-    if (node == subtree) {
-      return;
-    }
-    node = node.next_sibling();
   }
 }
 

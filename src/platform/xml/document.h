@@ -9,14 +9,14 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/xml/format.h"
+#include "platform/xml/limits.h"
+#include "platform/xml/name.h"
 #include "platform/xml/note.h"
-#include "platform/xml/path.h"
 #include "platform/xml/plain.h"
 #include "zamxml/platform/xml.h"
 
 namespace zam {
-class Insertion;
-
 /// The first children of an element that are no nodes yet: bytes, as the writer writes them. Other
 /// children follow them, an element of their name among them.
 struct RawChildren {
@@ -161,12 +161,6 @@ private:
 
 namespace zam {
 
-/// Elements are nested at most so deep, when read and when added.
-inline constexpr int MaximumDepth = 1000;
-
-/// No element has more attributes, when read and when set.
-inline constexpr int MaximumAttributes = 1000;
-
 /// The nth level: 1 for the root element, 0 for the document.
 int DepthOf(pugi::xml_node node);
 
@@ -196,13 +190,6 @@ inline pugi::xml_node_struct* StructureOf(pugi::xml_node node) noexcept {
 inline pugi::xml_node NodeOf(pugi::xml_node_struct* structure) noexcept {
   return std::bit_cast<pugi::xml_node>(structure);
 }
-
-/// White space that only formats: spaces, tabs and line feeds.
-bool IsFormatting(pugi::xml_node node);
-
-/// The line break and indentation that a piece of white space ends with; empty without a line
-/// break.
-std::string_view LastLine(pugi::xml_node whiteSpace);
 
 /// What a new text becomes that is all that an element holds.
 pugi::xml_node_type TextTypeOf(std::string_view text);

@@ -9,7 +9,6 @@
 namespace zam {
 namespace {
 
-constexpr std::string_view Blanks = " \t\r\n";
 constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
 
 bool SkipBlanks(std::string_view& text) {

@@ -6,6 +6,9 @@
 
 namespace zam {
 
+/// The white space of XML.
+inline constexpr std::string_view Blanks = " \t\r\n";
+
 /// Why bytes are no document: "line L, column C: reason", for the character at the
 /// place in a text in UTF-8. Thrown by value.
 struct Refusal {

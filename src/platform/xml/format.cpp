@@ -1,7 +1,9 @@
-#include <string_view>
+#include "platform/xml/format.h"
+
+#include <string>
 
 #include "platform/xml/document.h"
-#include "platform/xml/insertion.h"
+#include "zamxml/platform/error.h"
 
 /// The indentation of what is added: read off the document, so that the tree and the file stay the
 /// same thing.
@@ -17,6 +19,24 @@ std::string_view LastLine(pugi::xml_node whiteSpace) {
   const std::string_view value = whiteSpace.value();
   const auto line = value.rfind('\n');
   return line == std::string_view::npos ? std::string_view() : value.substr(line);
+}
+
+Insertion::~Insertion() {
+  for (const pugi::xml_node node : m_Nodes) {
+    m_Parent.remove_child(node);
+  }
+}
+
+pugi::xml_node Insertion::Before(pugi::xml_node place, pugi::xml_node_type type,
+                                 std::string_view content) {
+  m_Nodes.emplace_back();
+  pugi::xml_node& node = m_Nodes.back();
+  node = place ? m_Parent.insert_child_before(type, place) : m_Parent.append_child(type);
+  if (!(type == pugi::node_element ? node.set_name(std::string(content).c_str())
+                                   : node.set_value(content.data(), content.size()))) {
+    throw _com_error(E_OUTOFMEMORY);
+  }
+  return node;
 }
 
 }  // namespace zam

@@ -9,9 +9,6 @@ struct ZAMXmlDocument;
 
 namespace zam {
 
-/// Longer documents are not read: the parser counts in int.
-inline constexpr std::size_t MaximumSize = 0x7FFFFFFF;
-
 /// Makes a document of the bytes of a file. Null, with line, column and reason, when they are no
 /// well-formed XML 1.0 in an encoding that is known, declare a document type, or exceed one of the
 /// bounds. The children of the section may stay raw; an empty name chooses none.

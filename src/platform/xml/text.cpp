@@ -2,7 +2,7 @@
 
 #include "platform/utf.h"
 #include "platform/xml/document.h"
-#include "platform/xml/insertion.h"
+#include "platform/xml/format.h"
 #include "zamxml/platform/error.h"
 
 /// The text of an element: how it is put together from pieces, and how it is stored so that it

@@ -4,8 +4,7 @@
 #include "platform/codes.h"
 #include "platform/utf.h"
 #include "platform/xml/access.h"
-#include "platform/xml/name_escape.h"
-#include "platform/xml/path.h"
+#include "platform/xml/name.h"
 #include "zamxml/platform/util.h"
 
 /// The texts and attributes of the elements of a ZAMXml.

@@ -1,4 +1,4 @@
-#include "platform/xml/name_escape.h"
+#include "platform/xml/name.h"
 
 #include <algorithm>
 #include <array>
@@ -24,6 +24,10 @@ constexpr Range NameRanges[] = {
     {0x2070, 0x218F, true}, {0x2C00, 0x2FEF, true}, {0x3001, 0xD7FF, true},
     {0xF900, 0xFDCF, true}, {0xFDF0, 0xFFFD, true}, {0x10000, 0xEFFFF, true},
 };
+
+/// No path has more steps: what follows the last "/" that counts is one step, under its escaped
+/// name. So no path that is stored in a document builds elements too deep to be opened again.
+constexpr int MaximumSteps = 256;
 
 bool IsNameCharacter(char32_t point, bool first) noexcept {
   if (point < 0x80) {
@@ -95,6 +99,37 @@ std::string StoredName(std::u16string_view name) {
   }
   bool replaced = false;
   return Escape(ToUtf16(ToXmlUtf8(name, replaced)));
+}
+
+Path::Path(std::u16string_view path) {
+  while (m_nSteps < MaximumSteps) {
+    const auto separator = path.find(u'/');
+    if (separator == std::u16string_view::npos) {
+      break;
+    }
+    m_Steps += StoredName(path.substr(0, separator));
+    m_Steps += '/';
+    ++m_nSteps;
+    path.remove_prefix(separator + 1);
+  }
+  m_Steps += StoredName(path);
+}
+
+std::string_view Path::CutStep(std::string_view& rest) noexcept {
+  const auto end = rest.find('/');
+  const std::string_view step = rest.substr(0, end);
+  rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+  return step;
+}
+
+std::string_view Path::Parent() const noexcept {
+  const auto end = m_Steps.rfind('/');
+  return std::string_view(m_Steps).substr(0, end == std::string::npos ? 0 : end);
+}
+
+std::string_view Path::Last() const noexcept {
+  const auto end = m_Steps.rfind('/');
+  return std::string_view(m_Steps).substr(end == std::string::npos ? 0 : end + 1);
 }
 
 }  // namespace zam

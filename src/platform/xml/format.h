@@ -4,7 +4,15 @@
 #include <string_view>
 #include <vector>
 
+/// The white space between elements, and nodes that are added with it.
 namespace zam {
+
+/// White space that only formats: spaces, tabs and line feeds.
+bool IsFormatting(pugi::xml_node node);
+
+/// The line break and indentation that a piece of white space ends with; empty without a line
+/// break.
+std::string_view LastLine(pugi::xml_node whiteSpace);
 
 /// Inserts nodes into one parent, all or none: without Keep they go again.
 class Insertion {
