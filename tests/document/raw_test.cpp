@@ -156,7 +156,7 @@ TEST(RawHistory, IsLikeOneMadeOfNodes) {
   const auto rawPath = folder.Path("raw.xml");
   const auto strictPath = folder.Path("strict.xml");
   Random random(1);
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 600; ++round) {
     const std::string bytes = DocumentOf(random);
     SCOPED_TRACE(bytes);
     test::WriteBytes(rawPath, bytes);
@@ -169,13 +169,18 @@ TEST(RawHistory, IsLikeOneMadeOfNodes) {
     if (raw.IsOpened() == 0) {
       continue;
     }
-    ASSERT_EQ(Described(raw), Described(strict));
+    // Entries that a host has got are compared, others are not.
+    const bool looks = random() % 2 != 0;
     for (int step = 0; step < 6; ++step) {
       const unsigned int what = static_cast<unsigned int>(random());
       SCOPED_TRACE(what % 12);
       ASSERT_EQ(Do(raw, what, rawPath), Do(strict, what, strictPath));
-      ASSERT_EQ(Described(raw), Described(strict));
+      ASSERT_EQ(raw.Weight(), strict.Weight());
+      if (looks) {
+        ASSERT_EQ(Described(raw), Described(strict));
+      }
     }
+    ASSERT_EQ(Described(raw), Described(strict));
     static_cast<void>(raw.Save());
     static_cast<void>(strict.Save());
     ASSERT_EQ(Stored(rawPath), Stored(strictPath));
