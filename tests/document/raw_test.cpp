@@ -72,16 +72,6 @@ std::string DocumentOf(Random& random) {
   return bytes.replace(bytes.find("<Modifications>"), 15, section);
 }
 
-/// Such bytes never stay raw.
-std::string Utf16(const std::string& bytes) {
-  const _bstr_t text(bytes);
-  std::string converted = "\xFF\xFE";
-  for (const char16_t unit : text.view()) {
-    converted += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
-  }
-  return converted;
-}
-
 std::string Described(test::Document& document) {
   std::string text = std::to_string(document.m_nHistory) + document.Weight().utf8();
   for (const ZAMXMLModification* const entry : document.m_Modifications.m_ModificationList) {
@@ -160,7 +150,7 @@ TEST(RawHistory, IsLikeOneMadeOfNodes) {
     const std::string bytes = DocumentOf(random);
     SCOPED_TRACE(bytes);
     test::WriteBytes(rawPath, bytes);
-    test::WriteBytes(strictPath, Utf16(bytes));
+    test::WriteBytes(strictPath, test::Utf16(u"\xFEFF" + _bstr_t(bytes)));
     test::Document raw;
     test::Document strict;
     raw.m_Xml.SetDurable(0);

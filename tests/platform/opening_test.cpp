@@ -32,17 +32,6 @@ std::string WithAttributes(int count) {
   return bytes + "/>";
 }
 
-std::string Utf16(std::u16string_view units, bool bigEndian) {
-  std::string bytes;
-  for (const char16_t unit : units) {
-    const char high = static_cast<char>(unit >> 8);
-    const char low = static_cast<char>(unit & 0xFF);
-    bytes += bigEndian ? high : low;
-    bytes += bigEndian ? low : high;
-  }
-  return bytes;
-}
-
 /// A tree that holds a document; what cannot be opened must leave it as it is.
 class Opening : public testing::Test {
 protected:
@@ -164,12 +153,12 @@ TEST_F(Opening, BadBytesAreRefused) {
       {"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a\xB5\xBA/>", "line 1, column "},
       {"<?xml version=\"1.0\" encoding=\"EUC-KR\"?>\n<a>\xB1\xE8\xFF</a>", "line 2, column 5: "},
       {"<?xml version=\"1.0\" encoding=\"Shift_JIS\"?><a/>\x8E", "line 1, column 47: "},
-      {Utf16(u"\xFEFF<a>\xD83Dzz</a>", false), "line 1, column 4: "},
-      {Utf16(u"\xFEFF<a><!--\xD83D--></a>", false), "line 1, column 8: "},
-      {Utf16(u"\xFEFF<a x='\xD83D'/>", true), "line 1, column 7: "},
-      {Utf16(u"<a>\n\xDE00</a>", true), "line 2, column 1: "},
-      {Utf16(u"\xFEFF<a/>", true) + "\n", "line 1, column 5: "},
-      {Utf16(u"<a/>\0"s, true), "line 1, column 5: a zero"},
+      {test::Utf16(u"\xFEFF<a>\xD83Dzz</a>", false), "line 1, column 4: "},
+      {test::Utf16(u"\xFEFF<a><!--\xD83D--></a>", false), "line 1, column 8: "},
+      {test::Utf16(u"\xFEFF<a x='\xD83D'/>", true), "line 1, column 7: "},
+      {test::Utf16(u"<a>\n\xDE00</a>", true), "line 2, column 1: "},
+      {test::Utf16(u"\xFEFF<a/>", true) + "\n", "line 1, column 5: "},
+      {test::Utf16(u"<a/>\0"s, true), "line 1, column 5: a zero"},
       // Bounds.
       {Nested(1001, true), "line 1, column 3001: "},
       {Nested(100000, false), "line 1, column 3001: "},
@@ -248,15 +237,15 @@ TEST(Encodings, SavedAsUtf8) {
       {"without encoding", "<?xml version='1.0' standalone='yes' ?>" + bytes,
        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>" + bytes},
       {"a mark outranks the declaration", mark + declared("ISO-8859-1") + bytes, utf8 + bytes},
-      {"little endian", Utf16(units, false), wide},
-      {"big endian", Utf16(units, true), wide},
-      {"little endian with a mark", Utf16(u"\xFEFF" + units, false), wide},
-      {"big endian with a mark", Utf16(u"\xFEFF" + units, true), wide},
-      {"little endian, declared", Utf16(declared16 + units, false), utf8 + wide},
-      {"big endian with a mark, declared", Utf16(u"\xFEFF" + declared16 + units, true),
+      {"little endian", test::Utf16(units, false), wide},
+      {"big endian", test::Utf16(units, true), wide},
+      {"little endian with a mark", test::Utf16(u"\xFEFF" + units, false), wide},
+      {"big endian with a mark", test::Utf16(u"\xFEFF" + units, true), wide},
+      {"little endian, declared", test::Utf16(declared16 + units, false), utf8 + wide},
+      {"big endian with a mark, declared", test::Utf16(u"\xFEFF" + declared16 + units, true),
        utf8 + wide},
-      {"UTF-16 that says UTF-8", Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-8'?><a/>", true),
-       utf8 + "<a/>"},
+      {"UTF-16 that says UTF-8",
+       test::Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-8'?><a/>", true), utf8 + "<a/>"},
       {"Latin", declared("iso-8859-1") + latin, utf8 + "<a x=\"\xC3\xA9\">\xC3\xBC\xC2\x85</a>"},
       {"ASCII", declared("US-ASCII") + "<a>b</a>", utf8 + "<a>b</a>"},
       {"Latin names", declared("ISO-8859-1") + "<\xD8\xB7 \xD8\xB7='\xD7\xAA'/>",

@@ -19,15 +19,6 @@ std::string Outcome(const std::filesystem::path& path, std::string_view bytes) {
   return log.GetLog(0).m_Detail.utf8();
 }
 
-std::string Utf16(const std::string& bytes) {
-  const _bstr_t text(bytes);
-  std::string converted = "\xFF\xFE";
-  for (const char16_t unit : text.view()) {
-    converted += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
-  }
-  return converted;
-}
-
 std::string Document(std::mt19937& random) {
   static const std::string pieces[] = {"<b>",
                                        "<b>",
@@ -108,7 +99,7 @@ TEST(PlainDocuments, AreReadLikeAllOthers) {
   for (int i = 0; i < Count; ++i) {
     const std::string bytes = Document(random);
     const std::string outcome = Outcome(path, bytes);
-    ASSERT_EQ(outcome, Outcome(path, Utf16(bytes))) << bytes;
+    ASSERT_EQ(outcome, Outcome(path, test::Utf16(u"\xFEFF" + _bstr_t(bytes)))) << bytes;
     opened += outcome.starts_with('<') ? 1 : 0;
   }
   EXPECT_GT(opened, Count / 2);

@@ -58,6 +58,17 @@ void WriteBytes(const std::filesystem::path& path, std::string_view bytes) {
   }
 }
 
+std::string Utf16(const _bstr_t& text, bool bigEndian) {
+  std::string bytes;
+  for (const char16_t unit : text.view()) {
+    const char high = static_cast<char>(unit >> 8);
+    const char low = static_cast<char>(unit & 0xFF);
+    bytes += bigEndian ? high : low;
+    bytes += bigEndian ? low : high;
+  }
+  return bytes;
+}
+
 void Load(ZAMXml& xml, std::string_view bytes) {
   const TemporaryFolder folder(TemporaryFolder::Medium::Memory);
   WriteBytes(folder.Path("document.xml"), bytes);

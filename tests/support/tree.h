@@ -33,6 +33,9 @@ private:
 std::string ReadBytes(const std::filesystem::path& path);
 void WriteBytes(const std::filesystem::path& path, std::string_view bytes);
 
+/// A text as bytes in UTF-16.
+std::string Utf16(const _bstr_t& text, bool bigEndian = false);
+
 /// Makes the tree hold the document of those bytes; throws with the reason when it cannot.
 void Load(ZAMXml& xml, std::string_view bytes);
 
