@@ -1,7 +1,6 @@
 #include "platform/xml/raw.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <string>
 #include <utility>
