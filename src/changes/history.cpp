@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <limits>
+#include <memory>
 #include <new>
 #include <queue>
 #include <span>
@@ -16,7 +18,7 @@
 
 namespace {
 
-using Modifications = std::span<ZAMXMLModification* const>;
+using Modifications = std::vector<const ZAMXMLModification*>;
 
 /// Modifications of a list, from the first to the last or back.
 struct Way {
@@ -46,6 +48,14 @@ public:
     }
     const int modification = m_Rest.front().m_nModification;
     return *(std::ranges::upper_bound(m_Rest, modification, {}, Modification) - 1);
+  }
+  /// The last one in front of a turn; null when there is none.
+  const zam::PlaceWrite* LastBefore(std::int64_t turn) const {
+    const zam::PlaceWrite* last = nullptr;
+    for (WritesOnWay writes = *this; writes && writes.Order() < turn; writes.Pass()) {
+      last = &writes.Next();
+    }
+    return last;
   }
   void Pass() {
     m_Next = m_Next.subspan(1);
@@ -85,18 +95,19 @@ private:
 /// other values is written, at the end. The records of a whole value are made once for all of them.
 class ValueWriter {
 public:
+  /// The list is that of the way's modifications only.
   ValueWriter(ZAMXml& xml, const IXMLDOMNodePtr& root, Modifications list, const Way& way)
       : m_Xml(xml),
         m_Root(root),
-        m_List(list),
+        m_List(std::move(list)),
         m_Way(way),
         m_Value(way.m_IsRedo ? &ZAMXMLChangeItem::m_NewValue : &ZAMXMLChangeItem::m_OldValue) {}
   ValueWriter(const ValueWriter&) = delete;
   ValueWriter& operator=(const ValueWriter&) = delete;
-  /// What still waits after an exception is written as far as that goes.
+  /// What waits at an exception is written up to there, as far as that goes.
   ~ValueWriter() {
     try {
-      WriteWaiting();
+      WriteWaiting([this](const WritesOnWay& writes) { return writes.LastBefore(m_nTurn); });
     } catch (const std::exception&) {
       // The exception that is on its way says that the tree is between two positions.
     }
@@ -106,13 +117,15 @@ public:
     Plan(places);
     while (!m_Queue.empty()) {
       const std::size_t step = m_Queue.top().second;
+      m_nTurn = m_Queue.top().first;
       m_Queue.pop();
       Take(m_Steps[step]);
       if (m_Steps[step].m_Writes && !m_Steps[step].m_Target) {
         m_Queue.emplace(m_Steps[step].m_Writes.Order(), step);
       }
     }
-    WriteWaiting();
+    m_nTurn = std::numeric_limits<std::int64_t>::max();
+    WriteWaiting([](const WritesOnWay& writes) { return &writes.Last(); });
   }
 
 private:
@@ -137,7 +150,8 @@ private:
   }
 
   const ZAMXMLChangeItem& Item(const zam::PlaceWrite& write) const {
-    return *m_List[static_cast<std::size_t>(write.m_nModification)]->GetChange(write.m_nItem);
+    return *m_List[static_cast<std::size_t>(write.m_nModification - m_Way.m_nFirst)]->GetChange(
+        write.m_nItem);
   }
 
   void Take(Step& step) {
@@ -151,10 +165,13 @@ private:
     target.Release();
   }
 
-  void WriteWaiting() {
+  /// Writes, where values wait, one of them or none.
+  template <class Choose>
+  void WriteWaiting(Choose choose) {
     for (Step& step : m_Steps) {
-      if (IXMLDOMNodePtr target = std::exchange(step.m_Target, nullptr)) {
-        Write(Item(step.m_Writes.Last()), target);
+      IXMLDOMNodePtr target = std::exchange(step.m_Target, nullptr);
+      if (const zam::PlaceWrite* const last = target ? choose(step.m_Writes) : nullptr) {
+        Write(Item(*last), target);
       }
     }
   }
@@ -190,13 +207,15 @@ private:
   std::vector<Step> m_Steps;
   using Queue = std::priority_queue<Turn, std::vector<Turn>, std::greater<>>;
   Queue m_Queue;
+  std::int64_t m_nTurn =
+      std::numeric_limits<std::int64_t>::min();  ///< the order of the write that is being made
 };
 
 /// Takes a step of the plan, which may run out of memory.
 template <class Work>
-auto Planning(ZAMXml& xml, Work work) {
+void Planning(ZAMXml& xml, Work work) {
   try {
-    return work();
+    work();
   } catch (const std::bad_alloc&) {
     xml.ReportShortage();
     throw _com_error(E_OUTOFMEMORY);
@@ -209,22 +228,42 @@ void Move(ZAMXml& xml, const IXMLDOMNodePtr& root, Modifications list, const Way
   ValueWriter writer(xml, root, list, way);
   Planning(xml, [&] {
     for (int index = way.m_nFirst; index <= way.m_nLast; ++index) {
-      places.Add(*list[static_cast<std::size_t>(index)], index);
+      places.Add(*list[static_cast<std::size_t>(index - way.m_nFirst)], index);
     }
     writer.Write(places);
   });
 }
 
+/// Keeps what is known of a list while the list is in use: a log that hears of a value may look at
+/// the list, or change it.
+class KeptKnown {
+public:
+  explicit KeptKnown(std::unique_ptr<zam::KnownList>& known)
+      : m_Place(known), m_Known(known ? std::move(known) : std::make_unique<zam::KnownList>()) {}
+  KeptKnown(const KeptKnown&) = delete;
+  KeptKnown& operator=(const KeptKnown&) = delete;
+  ~KeptKnown() {
+    if (!m_Place) {
+      m_Place = std::move(m_Known);
+    }
+  }
+  zam::KnownList* operator->() const { return m_Known.get(); }
+
+private:
+  std::unique_ptr<zam::KnownList>& m_Place;
+  std::unique_ptr<zam::KnownList> m_Known;
+};
+
 }  // namespace
 
 void ZAMXMLModificationGroup::RedoModification(ZAMXml& xml, IXMLDOMNodePtr& root,
                                                ZAMXMLModification* modification) {
-  Move(xml, root, {&modification, 1}, {0, 0, true});
+  Planning(xml, [&] { Move(xml, root, {modification}, {0, 0, true}); });
 }
 
 void ZAMXMLModificationGroup::UndoModification(ZAMXml& xml, IXMLDOMNodePtr& root,
                                                ZAMXMLModification* modification) {
-  Move(xml, root, {&modification, 1}, {0, 0, false});
+  Planning(xml, [&] { Move(xml, root, {modification}, {0, 0, false}); });
 }
 
 int ZAMXMLModificationGroup::ApplyModifications(ZAMXml& xml, ZAMTextView rootPath, int current,
@@ -236,25 +275,24 @@ int ZAMXMLModificationGroup::ApplyModifications(ZAMXml& xml, ZAMTextView rootPat
   if (!root) {
     return 0;
   }
-  const bool redo = current < target;
-  const Way way{std::min(current, target) + 1, std::max(current, target), redo};
   if (current < -1 || current >= GetCount()) {
     throw CInvalidArgException();
   }
-  const Modifications list = zam::ListAccess::Entries(*this);
-  // What is known of the whole list has to be compared with it first.
-  constexpr int FarFromWhole = 8;
-  if (way.Length() < GetCount() / FarFromWhole) {
-    Move(xml, root, list, way);
-    return 1;
-  }
-  ValueWriter writer(xml, root, list, way);
+  const Way way{std::min(current, target) + 1, std::max(current, target), current < target};
   Planning(xml, [&] {
-    if (m_pKnown == nullptr) {
-      m_pKnown = std::make_unique<zam::KnownList>();
+    const auto entries = zam::ListAccess::Entries(*this).subspan(
+        static_cast<std::size_t>(way.m_nFirst), static_cast<std::size_t>(way.Length()));
+    const Modifications list(entries.begin(), entries.end());
+    // What is known of the whole list has to be compared with it first.
+    constexpr int FarFromWhole = 8;
+    if (way.Length() < GetCount() / FarFromWhole) {
+      Move(xml, root, list, way);
+      return;
     }
-    m_pKnown->Learn(*this);
-    writer.Write(m_pKnown->WrittenPlaces(*this));
+    const KeptKnown known(m_pKnown);
+    known->Learn(*this);
+    zam::Places& places = known->WrittenPlaces(*this);
+    ValueWriter(xml, root, list, way).Write(places);
   });
   return 1;
 }

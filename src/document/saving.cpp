@@ -4,6 +4,7 @@
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "platform/system.h"
+#include "platform/xml/raw.h"
 #include "zamxml/document.h"
 
 /// Writes a record into its section, which is created when it is missing.
@@ -212,7 +213,8 @@ _bstr_t ZAMXMLFile::SectionsMissing(ZAMXml& former) {
     return _bstr_t(added);
   };
   const auto hasHistory = [](ZAMXml& xml) {
-    return static_cast<bool>(xml.GetFirstChildNode(xml.GetNode(zam::ModificationsPath)));
+    const IXMLDOMNodePtr section = xml.GetNode(zam::ModificationsPath);
+    return zam::RawSection(xml, section) || xml.GetFirstChildNode(section);
   };
   if (hasHistory(former) && !hasHistory(m_Xml)) {
     present.clear();

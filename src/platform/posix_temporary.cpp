@@ -7,9 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -23,6 +21,11 @@ constexpr std::string_view ParentPrefix = "zamxml-";
 constexpr std::string_view FolderPrefix = "zamxml-edit-";
 constexpr std::string_view RandomPart = "XXXXXX";
 
+struct CloseListing {
+  void operator()(DIR* listing) const noexcept { ::closedir(listing); }
+};
+using Listing = std::unique_ptr<DIR, CloseListing>;
+
 bool IsPrivateFolder(const std::string& path) {
   struct stat status {};
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
@@ -31,13 +34,12 @@ bool IsPrivateFolder(const std::string& path) {
 
 /// The names in a folder that begin so; none when it cannot be read.
 std::vector<std::string> NamesIn(const std::string& folder, std::string_view prefix) {
-  namespace fs = std::filesystem;
   std::vector<std::string> names;
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
-    if (entry->path().filename().native().starts_with(prefix)) {
-      names.push_back(entry->path().filename());
+  // The standard library's iterator ends the process when it runs out of memory.
+  const Listing listing(::opendir(folder.c_str()));
+  while (const dirent* entry = listing ? ::readdir(listing.get()) : nullptr) {
+    if (std::string_view(entry->d_name).starts_with(prefix)) {
+      names.emplace_back(entry->d_name);
     }
   }
   std::ranges::sort(names);

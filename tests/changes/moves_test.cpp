@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/document.h"
+#include "support/shortage.h"
 #include "support/tree.h"
 
 namespace {
@@ -168,6 +169,53 @@ TEST(Moves, ARefusedWriteIsTriedAgain) {
   place.m_ValueType = ZAMXML_VTYPE_STRING;
   Random random(1);
   CompareMoves(source, {place}, random);
+}
+
+/// Numbers from 1 on in one place, but for one of them, whose place has to be made.
+void FillNumbers(ZAMXMLModificationGroup& list, int other) {
+  for (int number = 1; number <= 12; ++number) {
+    auto* modification = new ZAMXMLModification;
+    list.m_ModificationList.Add(modification);
+    auto* item = new ZAMXMLChangeItem;
+    modification->m_Changes.Add(item);
+    item->m_Node = number == other ? u"P/With/Many/Steps" : u"A";
+    item->SetValue(ZAMXML_VTYPE_STRING, std::to_string(number));
+  }
+}
+
+TEST(Moves, InterruptedMoveWritesNothingFromBehind) {
+  ZAMXMLModificationGroup list;
+  FillNumbers(list, 6);
+  test::ForEachShortage([&](test::Shortage& shortage) {
+    ZAMXml xml;
+    test::Load(xml, "<R><A>0</A></R>");
+    if (shortage.During([&] { return list.ApplyModifications(xml, u"R", -1, 11); }) == 0) {
+      const std::string saved = test::Saved(xml);
+      ASSERT_TRUE(saved.find("Steps") != saved.npos || saved.find("12") == saved.npos) << saved;
+    }
+  });
+}
+
+// The former entries must not be looked for where they were: the address sanitizer sees that.
+TEST(Moves, ListMayGrowMeanwhile) {
+  class Growing : public ZAMLogger {
+  public:
+    explicit Growing(ZAMXMLModificationGroup& list) : m_List(list) {}
+    void OnLog(const ZAMLogEntry& /*entry*/) override {
+      m_List.m_ModificationList.Add(new ZAMXMLModification);
+    }
+    ZAMXMLModificationGroup& m_List;
+  };
+  ZAMXMLModificationGroup list;
+  FillNumbers(list, 0);
+  list.GetModification(3)->GetChange(0)->m_NewValue = u"\x01";
+  Growing logger(list);
+  ZAMXml xml;
+  test::Load(xml, "<R><A>0</A></R>");
+  xml.SetLogger(&logger);
+  EXPECT_EQ(list.ApplyModifications(xml, u"R", -1, 11), 1);
+  EXPECT_EQ(test::Saved(xml), "<R><A>12</A></R>");
+  EXPECT_GT(list.GetCount(), 12);
 }
 
 }  // namespace

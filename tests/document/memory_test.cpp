@@ -266,4 +266,19 @@ TEST(Memory, BlockIsOldOrNew) {
   });
 }
 
+class MemoryOfTwo : public test::DocumentTest {};
+
+// A folder that holds the files of another edit is read.
+TEST_F(MemoryOfTwo, EditsAtOnce) {
+  ASSERT_EQ(Open(test::DocumentBytes(test::ThreeWeights())), 1);
+  ASSERT_EQ(m_Document.Begin(), 1);
+  int begun = 0;
+  test::ForEachShortage([&](test::Shortage& shortage) {
+    test::Document document;
+    ASSERT_EQ(document.Open(m_Path, nullptr), 1);
+    begun += shortage.During([&] { return document.Begin(); });
+  });
+  EXPECT_GT(begun, 0);
+}
+
 }  // namespace

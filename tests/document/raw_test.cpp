@@ -19,7 +19,7 @@ struct Variant {
 const Variant Variants[] = {
     {"<UID>1</UID>",
      {"<UID/>", "<UID></UID>", "<UID ></UID>", "", "<UID>1</UID><UID>2</UID>", "<UID> </UID>",
-      "<UID><![CDATA[ ]]></UID>", "<UID>a<![CDATA[b]]>&lt;</UID>",
+      "<UID><![CDATA[ ]]></UID>", "<UID>a<![CDATA[b]]>&lt;</UID>", "<UID><![CDATA[]]></UID>",
       "<UID>&#13;&amp;&gt;&lt;박</UID>", "<UID>&quot;></UID>", "<UID a=\"1\">1</UID>",
       "<UID>1<!--n--></UID>", "<UID>1</UID >", "<UID><![CDATA[&amp;]]></UID>"}},
     {"<Date/>", {"<Date />", "<Date>2024-03-05</Date>", "<Time/>", "x<Date/>", "<!--n--><Date/>"}},
@@ -28,8 +28,8 @@ const Variant Variants[] = {
     {"<ValueType>STRING", {"<ValueType>string", "<ValueType>NAME", "<ValueType>?"}},
     {"<OldValue/>", {"<OldValue>58</OldValue>", "<OldValue>\n</OldValue>"}},
     {"</Modification>",
-     {"</Modification> ", "</Modification>\xEF\xBB\xBF", "</Modification><Other/>",
-      "</Modification><Modification/>", "<Changes/></Modification>"}},
+     {"</Modification> ", "\n</Modification>", "</Modification>\xEF\xBB\xBF",
+      "</Modification><Other/>", "</Modification><Modification/>", "<Changes/></Modification>"}},
     {"<Modifications>",
      {"<Modifications>\xEF\xBB\xBF", "<Modifications a=\"1\">",
       "<Modifications></Modifications><Modifications>", "<Modifications>text"}},
@@ -103,41 +103,53 @@ std::string Do(test::Document& document, unsigned int what, const std::filesyste
   ZAMXml& xml = document.m_Xml;
   const IXMLDOMNodePtr root = xml.GetRootNode();
   const IXMLDOMNodePtr section = xml.GetChildNode(root, u"Modifications");
-  switch (what % 12) {
+  const int number = static_cast<int>(what / 16 % 5);
+  _bstr_t text;
+  switch (what % 16) {
     case 0:
       return std::to_string(document.SetHistoryToOriginal());
     case 1:
-      return std::to_string(document.SetHistory(static_cast<int>(what / 12 % 5)));
     case 2:
-      return std::to_string(document.SetHistoryToLast());
+      return std::to_string(document.SetHistory(number));
     case 3:
+      return std::to_string(document.SetHistoryToLast());
     case 4:
+    case 5:
+    case 6:
       document.Begin();
-      document.Set(u"PatientInfo/Weight", std::to_string(what % 100));
+      document.Set(u"PatientInfo/Weight", number == 0 ? "\x01" : std::to_string(what % 100));
       document.m_pModification->m_UID = u"2";
       return std::to_string(document.CommitModify());
-    case 5:
+    case 7:
       static_cast<void>(document.Save());
       return Stored(path);
-    case 6:
+    case 8:
       if (ZAMXMLModificationGroup& list = document.m_Modifications; list.GetCount() > 0) {
         list.GetModification(0)->m_UID = u"changed";
       }
       return "";
-    case 7:
-      return std::to_string(xml.GetNodeCount(root, u"Modifications/Modification/Changes/Item"));
-    case 8:
-      return std::to_string(xml.SetChildNodeText(root, u"Modifications/Modification/UID", u"3"));
     case 9:
-      return xml.GetNodePath(xml.GetFirstChildNode(section)).utf8();
+      return std::to_string(xml.GetNodeCount(root, u"Modifications/Modification/Changes/Item"));
     case 10:
-      return what % 5 == 0
+      return std::to_string(xml.SetChildNodeText(root, u"Modifications/Modification/UID", u"3"));
+    case 11:
+      return xml.GetNodePath(xml.GetFirstChildNode(section)).utf8();
+    case 12:
+      return number == 0
                  ? std::to_string(xml.RemoveChildNodeAll(root, u"Modifications/Modification"))
                  : "";
-    default:
-      _bstr_t text;
+    case 13:
       xml.GetChildNodeText(root, u"Modifications", text);
       return text.utf8();
+    case 14:
+      xml.GetChildNodeText(root, u"Modifications/Modification/UID", text, number);
+      return text.utf8();
+    default:
+      return xml
+          .GetNodePath(xml.AddNode(number == 0 ? u"KESTRANE_ZAM/Modifications/Other"
+                                               : u"KESTRANE_ZAM/Modifications/Modification",
+                                   nullptr))
+          .utf8();
   }
 }
 
@@ -163,7 +175,7 @@ TEST(RawHistory, IsLikeOneMadeOfNodes) {
     const bool looks = random() % 2 != 0;
     for (int step = 0; step < 6; ++step) {
       const unsigned int what = static_cast<unsigned int>(random());
-      SCOPED_TRACE(what % 12);
+      SCOPED_TRACE(what % 16);
       ASSERT_EQ(Do(raw, what, rawPath), Do(strict, what, strictPath));
       ASSERT_EQ(raw.Weight(), strict.Weight());
       if (looks) {

@@ -18,7 +18,7 @@ struct ListAccess;
 /// An array of pointers does not own what they point to. The class that holds the array documents
 /// who deletes it.
 ///
-/// Thread safety: used by one thread at a time.
+/// Thread safety: used by one thread at a time, also for reading.
 template <class Entry>
 class ZAMArray {
 public:

@@ -67,7 +67,9 @@ struct ZAMXml::Access {
     return Allocating([&] { return Element(handle); });
   }
 
-  static std::string PathOf(pugi::xml_node element, int index);
+  /// How many siblings of the element's name precede it, as far as they are counted.
+  int CountBefore(pugi::xml_node element) const;
+  std::string PathOf(pugi::xml_node element, int index) const;
 };
 
 template <class Text>

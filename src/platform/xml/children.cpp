@@ -125,11 +125,14 @@ pugi::xml_node ZAMXmlDocument::Find(pugi::xml_node start, const zam::Path& path,
     }
   }
   Walk walk = StartOf(start, path);
-  if (index == 0 || m_LastWalk.m_Start != start || m_LastWalk.m_Steps != walk.m_Steps ||
-      m_LastWalk.m_Before > index) {
-    m_LastWalk = std::move(walk);
+  if (index != 0 && m_LastWalk.m_Start == start && m_LastWalk.m_Steps == walk.m_Steps &&
+      m_LastWalk.m_Before <= index) {
+    walk = std::move(m_LastWalk);
   }
-  return WalkTo(m_LastWalk, index);
+  // Nodes that are made on the way end the last walk.
+  const pugi::xml_node found = WalkTo(walk, index);
+  m_LastWalk = std::move(walk);
+  return found;
 }
 
 int ZAMXmlDocument::Count(pugi::xml_node start, const zam::Path& path) {

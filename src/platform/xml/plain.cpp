@@ -130,7 +130,7 @@ private:
   const char* m_At;
   const char* m_End;
   std::vector<std::string_view> m_Open;
-  std::size_t m_Opened = 0;  ///< behind the last start tag
+  std::size_t m_Opened = 0;  ///< behind the last start tag of an element that is not empty
   std::string_view m_Section;
   SectionPlaces& m_Places;
   bool m_InSection = false;
@@ -310,11 +310,12 @@ bool Scanner::StartTag() {
     return false;
   }
   m_Open.push_back(name);
-  m_Opened = Place();
   NoteStart(name);
   if (empty) {
     m_Open.pop_back();
     NoteEnd(Place());
+  } else {
+    m_Opened = Place();
   }
   return true;
 }

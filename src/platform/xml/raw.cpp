@@ -22,11 +22,13 @@ std::string EndTagsOf(const zam::SectionPlaces& section) {
   return tags;
 }
 
-/// Whether the section's children may stay raw, and that pays: what is behind them is copied.
+/// Whether the section's children may stay raw, and that pays: the last one, and what is behind it,
+/// is copied.
 bool MayStayRaw(std::string_view text, const zam::SectionPlaces& section) {
   const std::size_t size = section.m_LastChild - section.m_Content;
   return section.m_IsUniform && size > EndTagsOf(section).size() &&
-         size > text.size() - section.m_End && !text.substr(section.m_End).starts_with('\xEF');
+         size > text.size() - section.m_LastChild &&
+         !text.substr(section.m_End).starts_with('\xEF');
 }
 
 /// A text of raw children, which have no other references.
@@ -116,7 +118,6 @@ void ZAMXmlDocument::MakeNodes() {
   for (const pugi::xml_node other : others) {
     parent.append_move(other);
   }
-  m_LastWalk = {};
   m_Raw.reset();
 }
 
@@ -140,10 +141,10 @@ RawCursor::RawCursor(const RawSection& section)
   const pugi::xml_node first = NodeOf(section.m_Element).first_child();
   if (IsFormatting(first)) {
     m_First = first.value();
-    m_Levels[0] = LastLine(first);
+    m_Levels[0] = m_Document.m_Lines ? LastLine(first) : std::string_view();
   }
-  for (std::size_t depth = 1; depth < m_Levels.size() && m_Document.m_Lines; ++depth) {
-    m_Levels[depth] = m_Levels[0].empty() ? "" : m_Levels[depth - 1] + m_Document.m_IndentUnit;
+  for (std::size_t depth = 1; depth < m_Levels.size() && !m_Levels[0].empty(); ++depth) {
+    m_Levels[depth] = m_Levels[depth - 1] + m_Document.m_IndentUnit;
   }
 }
 
@@ -256,7 +257,7 @@ std::string_view RawCursor::TakePieces() {
     m_Joined += Unescaped(bytes);
     pieces += bytes.empty() ? 0 : 1;
   }
-  m_IsWritten = m_IsWritten && pieces == 1 && TextTypeOf(m_Joined) == type;
+  m_IsWritten = m_IsWritten && pieces == 1 && !m_Joined.empty() && TextTypeOf(m_Joined) == type;
   return m_Joined;
 }
 

@@ -413,7 +413,8 @@ std::unique_ptr<ZAMXmlDocument> ReadPlain(const XmlText& text, FileBytes& bytes,
   }
   auto document = ZAMXmlDocument::FromPlain(std::move(bytes.m_Bytes), text.Content(), section);
   if (!document) {
-    throw Refusal(text.m_Text, 0, "this is no well-formed XML");
+    // The text is gone with the bytes.
+    throw Refusal({}, 0, "this is no well-formed XML");
   }
   if (text.m_Declaration.m_Size > 0) {
     AddDeclaration(document->m_Tree, text.m_Declaration);

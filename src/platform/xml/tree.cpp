@@ -285,7 +285,8 @@ int ZAMXml::HasNode(const IXMLDOMNodePtr& node) const noexcept {
 _bstr_t ZAMXml::GetNodePath(const IXMLDOMNodePtr& node) {
   return Access{*this}.Allocating([&] {
     const pugi::xml_node element = Access{*this}.Itself(node);
-    return element ? _bstr_t::FromUtf8(Access::PathOf(element, node.m_Node->m_Index)) : _bstr_t();
+    return element ? _bstr_t::FromUtf8(Access{*this}.PathOf(element, node.m_Node->m_Index))
+                   : _bstr_t();
   });
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -110,17 +111,28 @@ int ZAMXml::Access::SetAttribute(pugi::xml_node element, const char* name,
   return 1;
 }
 
-std::string ZAMXml::Access::PathOf(pugi::xml_node element, int index) {
+int ZAMXml::Access::CountBefore(pugi::xml_node element) const {
+  // Raw children have the name of the first one behind them.
+  const zam::RawChildren* const raw = m_Xml.m_Document->Raw().get();
+  const pugi::xml_node first = raw != nullptr && raw->m_Parent == element.parent()
+                                   ? zam::ElementFrom(raw->m_Parent.first_child())
+                                   : pugi::xml_node();
+  int count = zam::IsElement(first, element.name()) ? raw->m_Count : 0;
+  for (auto sibling = element.previous_sibling(element.name()); sibling && count < MaximumCounted;
+       sibling = sibling.previous_sibling(element.name())) {
+    count += sibling.type() == pugi::node_element ? 1 : 0;
+  }
+  return std::min(count, MaximumCounted);
+}
+
+std::string ZAMXml::Access::PathOf(pugi::xml_node element, int index) const {
   std::string path;
   for (; element.type() == pugi::node_element; element = element.parent(), index = -1) {
+    const char* more = "]";
     if (index < 0) {
-      index = 0;
-      for (auto sibling = element.previous_sibling(element.name());
-           sibling && index < MaximumCounted; sibling = sibling.previous_sibling(element.name())) {
-        index += sibling.type() == pugi::node_element ? 1 : 0;
-      }
+      index = CountBefore(element);
+      more = index == MaximumCounted ? " or later]" : more;
     }
-    const char* const more = index == MaximumCounted ? " or later]" : "]";
     const std::string position = index > 0 ? '[' + std::to_string(index) + more : std::string();
     path = element.name() + position + (path.empty() ? "" : "/") + path;
   }
