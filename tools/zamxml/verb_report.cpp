@@ -65,7 +65,10 @@ int RunReport(const ReportOptions& options) {
   const std::string name = Printable(_bstr_t::FromUtf8(options.m_File));
   if (lock) {
     const AccessLimit limit(options.m_File);
-    WriteTarget(options.m_Output, page);
+    ZAMLog log;
+    if (ZAMGF::WriteFile(FileName(options.m_Output), page, &log) == 0) {
+      throw Failure(options.m_Output, "cannot write it", Reason(log, options.m_Output));
+    }
   } else {
     Deliver(page);
   }
