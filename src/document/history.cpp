@@ -101,7 +101,8 @@ int ZAMXMLFile::RereadRecords(int position) {
     throw;
   }
   const bool withheld = m_nWithheld != 0 && m_Modifications.GetCount() == 0;
-  whole = whole && session == Session() && (withheld || zam::ListAccess::IsWhole(m_Modifications, kept));
+  whole = whole && session == Session() &&
+          (withheld || zam::ListAccess::IsWhole(m_Modifications, kept));
   if (!whole || withheld) {
     putBack();
   }
