@@ -444,23 +444,6 @@ const figures = all(".waves").map((element) => new Figure(element));
 
 // Print
 
-// The margin of each tells whose page it is. Every character is written by its number.
-const sheet = document.styleSheets[0];
-const ownRules = sheet.cssRules.length;
-const beginPrint = () => {
-  const facts = all(".facts > :first-child :is(dt, .fact, .unit):not([hidden])");
-  const words = [document.querySelector("h1"), ...facts]
-    .map((element) => `\u2068${element.textContent.trim()}\u2069`);
-  const content = [...words.join(" ")].slice(0, 90)
-    .map((character) => `\\${character.codePointAt(0).toString(16)} `).join("");
-  sheet.insertRule(`@page { @bottom-left { content: "${content}"; font: 8pt sans-serif; } }`, ownRules);
-  listAll();
-};
-const endPrint = () => {
-  while (sheet.cssRules.length > ownRules) sheet.deleteRule(ownRules);
-  filterChanges();
-};
-
 // The beginning
 
 slider.max = last;
@@ -472,8 +455,8 @@ positions.addEventListener("change", () => moveTo(positions.selectedIndex - 1));
 byId("back").addEventListener("click", () => moveTo(position - 1));
 byId("forward").addEventListener("click", () => moveTo(position + 1));
 addEventListener("hashchange", followLink);
-addEventListener("beforeprint", beginPrint);
-addEventListener("afterprint", endPrint);
+addEventListener("beforeprint", listAll);
+addEventListener("afterprint", filterChanges);
 addEventListener("resize", () => figures.forEach((figure) => figure.draw()));
 document.addEventListener("keydown", (event) => {
   const step = {ArrowLeft: -1, ArrowRight: 1}[event.key];

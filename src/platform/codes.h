@@ -1,6 +1,9 @@
 #pragma once
 
+#include <string>
+
 class ZAMLog;
+class _bstr_t;
 
 /// The error codes that logs carry; ZAMGF::ZAMErrorString has a sentence for each.
 namespace zam {
@@ -17,5 +20,11 @@ inline constexpr int CodeTreeNotReread = -2009;
 
 /// Records CodeNoMemory; without its sentence, if there is no memory for that.
 void RecordNoMemory(ZAMLog& log, int category) noexcept;
+
+/// What a log says about a file: its path, if there is one, and the reason.
+_bstr_t FileDetail(const _bstr_t& path, const std::string& reason);
+
+/// Records a failure with a file; does nothing without a log.
+void RecordFileError(ZAMLog* log, int code, const _bstr_t& detail);
 
 }  // namespace zam

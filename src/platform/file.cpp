@@ -4,7 +4,6 @@
 
 #include "platform/codes.h"
 #include "platform/system.h"
-#include "zamxml/platform/util.h"
 
 ZAMFile::ZAMFile() = default;
 ZAMFile::~ZAMFile() = default;
@@ -80,11 +79,8 @@ int ZAMFile::Open(const _bstr_t& path, ZAMLog* log) {
 
 int ZAMFile::Save() {
   if (m_nOpened == 0 || m_strFilePath.IsEmpty()) {
-    if (auto* own = dynamic_cast<ZAMLog*>(this)) {
-      own->SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_FILE, zam::CodeNotWritten,
-                  ZAMGF::ZAMErrorString(zam::CodeNotWritten),
-                  u"There is no opened document with a path.", 0);
-    }
+    zam::RecordFileError(dynamic_cast<ZAMLog*>(this), zam::CodeNotWritten,
+                         u"There is no opened document with a path.");
     return 0;
   }
   return ZAMFile::SaveAs(m_strFilePath, nullptr);

@@ -9,7 +9,6 @@
 #include "platform/codes.h"
 #include "platform/system.h"
 #include "zamxml/platform/error.h"
-#include "zamxml/platform/util.h"
 
 namespace {
 
@@ -45,10 +44,8 @@ int ZAMFileLock::Lock(double wait, ZAMLog* log) {
     }
     if (attempt == zam::LockFile::Attempt::Held) {
       m_pHolding = std::move(holding);
-    } else if (log != nullptr) {
-      log->SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_FILE, zam::CodeNotLocked,
-                  ZAMGF::ZAMErrorString(zam::CodeNotLocked),
-                  m_Path + u": " + _bstr_t::FromUtf8(reason), 0);
+    } else {
+      zam::RecordFileError(log, zam::CodeNotLocked, zam::FileDetail(m_Path, reason));
     }
   } catch (const std::bad_alloc&) {
     throw _com_error(E_OUTOFMEMORY);

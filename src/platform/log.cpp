@@ -92,3 +92,15 @@ void zam::RecordNoMemory(ZAMLog& log, int category) noexcept {
   }
   log.SetLog(ZAM_LOG_TYPE_ERROR, category, CodeNoMemory, text, nullptr, 0);
 }
+
+_bstr_t zam::FileDetail(const _bstr_t& path, const std::string& reason) {
+  const _bstr_t why = _bstr_t::FromUtf8(reason);
+  return path.length() == 0 ? why : path + u": " + why;
+}
+
+void zam::RecordFileError(ZAMLog* log, int code, const _bstr_t& detail) {
+  if (log != nullptr) {
+    log->SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_FILE, code, ZAMGF::ZAMErrorString(code),
+                detail, 0);
+  }
+}

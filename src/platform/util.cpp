@@ -58,6 +58,23 @@ _bstr_t ZAMGF::MakePath(const _bstr_t& directory, const _bstr_t& name) {
   return directory.view().ends_with(u'/') ? directory + name : directory + u"/" + name;
 }
 
+int ZAMGF::WriteFile(const _bstr_t& path, std::string_view bytes, ZAMLog* log) {
+  try {
+    std::string reason;
+    if (zam::WriteFile(
+            path.utf8(), [&](const zam::WriteBlock& write) { return write(bytes); },
+            zam::Durability::Durable, reason)) {
+      return 1;
+    }
+    zam::RecordFileError(log, zam::CodeNotWritten, zam::FileDetail(path, reason));
+  } catch (const std::exception&) {
+    if (log != nullptr) {
+      zam::RecordNoMemory(*log, ZAM_LOG_CATEGORY_FILE);
+    }
+  }
+  return 0;
+}
+
 int ZAMGF::DeleteFileW(const _bstr_t& path, int /*flag*/) {
   return zam::RemoveFile(path.utf8()) ? 1 : 0;
 }

@@ -58,6 +58,20 @@ TEST_F(Lifecycle, ForeignRootNeedsSubclass) {
   EXPECT_EQ(m_Document.GetLog(1).m_Function, u"ZAMXMLFile::OpenFromXML");
 }
 
+TEST_F(Lifecycle, MissingSectionIsNamed) {
+  for (const std::string section : {"DocumentInfo", "PatientInfo", "OrderInfo", "StudyInfo"}) {
+    const std::string told = "there is no section \"KESTRANE_ZAM/" + section + '"';
+    m_Log.ClearLog();
+    EXPECT_EQ(Open(test::DocumentBytes({}, section)), 0);
+    ASSERT_EQ(m_Log.GetLogCount(), 1) << section;
+    EXPECT_EQ(m_Log.GetLog(0).m_Detail.utf8(), m_Path.string() + ": " + told);
+    ZAMXml tree;
+    test::Load(tree, test::DocumentBytes({}, section));
+    EXPECT_EQ(m_Document.OpenFromXML(tree, &m_Log), 0);
+    EXPECT_EQ(m_Log.GetLog(1).m_Detail.utf8(), told);
+  }
+}
+
 TEST_F(Lifecycle, FailedOpenCloses) {
   ASSERT_EQ(Open(test::DocumentBytes()), 1);
   ASSERT_EQ(m_Document.Begin(), 1);

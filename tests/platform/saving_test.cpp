@@ -200,6 +200,27 @@ TEST_F(Saving, LinksStayLinks) {
   }
 }
 
+TEST_F(Saving, BytesOfHost) {
+  const std::string bytes("\0 a page", 8);
+  const _bstr_t path(Target().c_str());
+  fs::permissions(Target(), fs::perms(0640));
+  const auto write = [&] { ZAMGF::WriteFile(path, bytes, nullptr); };
+  const int kills = test::ForEachKill(write, [&] {
+    const std::string now = test::ReadBytes(Target());
+    EXPECT_TRUE(now == Old || now == bytes) << now;
+  });
+  EXPECT_GT(kills, 5);
+  EXPECT_EQ(ZAMGF::WriteFile(path, bytes, &m_Log), 1);
+  EXPECT_EQ(test::ReadBytes(Target()), bytes);
+  EXPECT_EQ(fs::status(Target()).permissions(), fs::perms(0640));
+  EXPECT_EQ(Names(), std::set<std::string>{"target.xml"}) << "what killed writes have left";
+  EXPECT_EQ(ZAMGF::WriteFile(u"/dev/full", bytes, &m_Log), 0);
+  EXPECT_EQ(Reason(), "/dev/full: it is not a regular file");
+  m_Log.ClearLog();
+  EXPECT_EQ(ZAMGF::WriteFile(u"", bytes, &m_Log), 0);
+  EXPECT_EQ(Reason(), "there is no path");
+}
+
 TEST_F(Saving, RelativePathOfAnyScript) {
   const fs::path before = fs::current_path();
   fs::current_path(m_Folder.Path(""));

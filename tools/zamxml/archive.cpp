@@ -25,8 +25,9 @@ constexpr unsigned int MaximumJobs = 1024;
 /// those behind it that have ended already.
 class Crew {
 public:
-  Crew(const ArchiveOptions& options, const std::function<Turn(const std::string&)>& work)
-      : m_Finder(options), m_Work(work), m_Window(4 * std::size_t{options.m_Jobs}) {}
+  Crew(const ArchiveOptions& options, const std::function<Turn(const std::string&)>& work,
+       const Tell& tell)
+      : m_Finder(options), m_Work(work), m_Tell(tell), m_Window(4 * std::size_t{options.m_Jobs}) {}
 
   ArchiveCounts Run(unsigned int jobs) {
     {
@@ -108,6 +109,9 @@ private:
       m_Counts.m_Refused += isRefused ? 1 : 0;
       m_Counts.m_Documents += isRefused ? 0 : 1;
       m_Counts.m_Unreadable += isRefused ? 0 : 1;
+      if (m_Tell) {
+        m_Tell(name, error);
+      }
       WriteError({Printable(_bstr_t::FromUtf8(name)), error});
     };
   }
@@ -126,6 +130,7 @@ private:
   std::condition_variable m_Changed;
   DocumentFinder m_Finder;
   const std::function<Turn(const std::string&)>& m_Work;
+  const Tell& m_Tell;
   const std::size_t m_Window;
   std::map<std::size_t, Turn> m_Turns;
   std::size_t m_Given = 0;
@@ -156,9 +161,10 @@ Exit ArchiveCounts::Code() const {
 }
 
 ArchiveCounts ForEachTurn(const ArchiveOptions& options,
-                          const std::function<Turn(const std::string& name)>& work) {
+                          const std::function<Turn(const std::string& name)>& work,
+                          const Tell& tell) {
   const bool isOne = !options.m_Recursive && options.m_Files.size() == 1;
-  return Crew(options, work).Run(isOne ? 1 : options.m_Jobs);
+  return Crew(options, work, tell).Run(isOne ? 1 : options.m_Jobs);
 }
 
 void WriteSummary(const ArchiveCounts& counts, std::string_view found) {

@@ -32,19 +32,25 @@ struct ArchiveCounts {
 /// What follows when it is a document's turn.
 using Turn = std::function<void()>;
 
+/// Hears, at its turn, of what has no result, and why.
+using Tell = std::function<void(const std::string& name, const std::string& why)>;
+
 /// Calls the work for every document, on several threads at once, and what it returns in the order
-/// of the documents, one at a time. A document for which the work raises an exception is told on
-/// the standard error and counted as unreadable; an exception of a turn ends it all.
+/// of the documents, one at a time. A document for which the work raises an exception is told, also
+/// on the standard error, and counted as unreadable; an exception of a turn ends it all.
 ArchiveCounts ForEachTurn(const ArchiveOptions& options,
-                          const std::function<Turn(const std::string& name)>& work);
+                          const std::function<Turn(const std::string& name)>& work,
+                          const Tell& tell = {});
 
 /// The same in two steps: looks at documents side by side and takes what was seen in their order.
 template <class Look, class Take>
-ArchiveCounts ForEachDocument(const ArchiveOptions& options, Look look, Take take) {
-  return ForEachTurn(options, [&](const std::string& name) {
+ArchiveCounts ForEachDocument(const ArchiveOptions& options, Look look, Take take,
+                              const Tell& tell = {}) {
+  const auto work = [&](const std::string& name) {
     const auto seen = std::make_shared<decltype(look(name))>(look(name));
     return [&take, name, seen] { take(name, *seen); };
-  });
+  };
+  return ForEachTurn(options, work, tell);
 }
 
 /// "1,204 documents, 3 with findings, 1 unreadable" on the standard error.

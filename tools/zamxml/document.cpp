@@ -131,7 +131,7 @@ void Document::ReadSections() {
                     OnReadOrderInfo(m_Xml, &log) != 0 && OnReadStudyInfo(m_Xml, &log) != 0;
   RequireMemory(m_Xml);
   if (!read) {
-    throw Failure(m_Name, "cannot read its sections", Reason(log, m_Name));
+    throw Failure(m_Name, "cannot read its sections", Reason(log, _bstr_t(m_strFilePath).utf8()));
   }
 }
 

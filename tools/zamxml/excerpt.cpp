@@ -22,7 +22,7 @@ int ReportIdle(const Selection& selection, const std::string& file, const std::s
 }  // namespace
 
 int PrintExcerpts(const ArchiveOptions& options, const Selection& selection, const char* noun,
-                  const Extract& extract) {
+                  const Extract& extract, const Tell& tell) {
   Selection used = selection;
   std::optional<std::string> first;
   std::size_t count = 0;
@@ -42,7 +42,7 @@ int PrintExcerpts(const ArchiveOptions& options, const Selection& selection, con
       WriteError({LostHistory(Printable(_bstr_t::FromUtf8(name)), excerpt.m_Lost).what()});
     }
   };
-  const ArchiveCounts counts = ForEachDocument(options, look, take);
+  const ArchiveCounts counts = ForEachDocument(options, look, take, tell);
   WriteSummary(counts, Counted(count, noun));
   const int idle = first ? ReportIdle(used, options.m_Files.front(), *first) : ExitFine;
   return std::max<int>({exitCode, counts.Code(), idle});

@@ -22,4 +22,4 @@ using Extract = std::function<Excerpt(Document& document, Selection selection)>;
 /// Prints the excerpts of all documents in their order, and on the standard error how many
 /// documents and how much of the noun there were, and what was asked for in vain; the exit code.
 int PrintExcerpts(const ArchiveOptions& options, const Selection& selection, const char* noun,
-                  const Extract& extract);
+                  const Extract& extract, const Tell& tell = {});

@@ -3,45 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 
 #include "text.h"
 
 namespace {
 
-struct Range {
-  char32_t m_First;
-  char32_t m_Last;
-};
-
-/// Control characters but the line feed, what joins, turns or fills without showing, the selectors
-/// of variants, and spaces that nobody types.
-constexpr Range Unseen[] = {
-    {0x0000, 0x0009},   {0x000B, 0x001F},   {0x007F, 0x009F}, {0x00AD, 0x00AD}, {0x034F, 0x034F},
-    {0x061C, 0x061C},   {0x115F, 0x1160},   {0x1680, 0x1680}, {0x17B4, 0x17B5}, {0x180B, 0x180F},
-    {0x2000, 0x200F},   {0x2028, 0x202E},   {0x205F, 0x206F}, {0x2800, 0x2800}, {0x3164, 0x3164},
-    {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB}, {0x1BCA0, 0x1BCA3},
-    {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
-};
-
-bool IsUnseen(char32_t character) {
-  return std::any_of(std::begin(Unseen), std::end(Unseen), [&](const Range& range) {
-    return range.m_First <= character && character <= range.m_Last;
-  });
-}
-
 bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
-
-/// The character at the front, and how many units it takes.
-char32_t FrontOf(std::u16string_view units, std::size_t& length) {
-  length = 1;
-  if (units.size() < 2 || !IsHigh(units[0]) || !IsLow(units[1])) {
-    return units[0];
-  }
-  length = 2;
-  return 0x10000 + ((static_cast<char32_t>(units[0]) & 0x3FF) << 10) + (units[1] & 0x3FF);
-}
 
 std::string Mark(std::string_view name) { return fmt::format("<span class=mark>{}</span>", name); }
 
@@ -56,18 +23,13 @@ std::string MarkOfSpace(std::u16string_view space) {
   return Mark(space.size() == 1 ? "space" : fmt::format("{} white space", space.size()));
 }
 
+/// Of a text that may hold lines.
 std::string MarkedInside(std::u16string_view units) {
   std::string html;
-  std::size_t begin = 0;
-  std::size_t length = 0;
-  for (std::size_t i = 0; i < units.size(); i += length) {
-    const char32_t character = FrontOf(units.substr(i), length);
-    if (IsUnseen(character)) {
-      html += Escaped(_bstr_t(units.substr(begin, i - begin)).utf8()) + Mark(character);
-      begin = i + length;
-    }
-  }
-  return html + Escaped(_bstr_t(units.substr(begin)).utf8());
+  SplitUnseen(
+      units, [&](const std::string& seen) { html += Escaped(seen); },
+      [&](char32_t character) { html += character == U'\n' ? "\n" : Mark(character); });
+  return html;
 }
 
 }  // namespace

@@ -73,6 +73,7 @@ public:
         {"facts", Facts()},
         {"findings", FindingsHtml()},
         {"where", Where()},
+        {"whose", Name() + " <small>Patient</small> " + Patient()},
         {"sections", SectionsHtml(m_Model, m_Texts)},
         {"changes", Changes()},
         {"data", Data().dump()},  // before the texts, which it numbers
@@ -149,6 +150,12 @@ private:
                         : fmt::format("<div><dt>{}</dt><dd>{}</dd></div>\n", label, html);
   }
 
+  std::string Patient() const {
+    return Line({ValueAt("PatientInfo/ID"), ValueAt("PatientInfo/BirthDate"),
+                 ValueAt("PatientInfo/Gender"), ValueAt("PatientInfo/Age"),
+                 ValueAt("PatientInfo/Age", "Unit")});
+  }
+
   std::string Facts() const {
     const auto line = [this](std::initializer_list<const char*> paths) {
       std::string html;
@@ -157,9 +164,7 @@ private:
       }
       return html;
     };
-    return Fact("Patient", Line({ValueAt("PatientInfo/ID"), ValueAt("PatientInfo/BirthDate"),
-                                 ValueAt("PatientInfo/Gender"), ValueAt("PatientInfo/Age"),
-                                 ValueAt("PatientInfo/Age", "Unit")})) +
+    return Fact("Patient", Patient()) +
            Fact("Order", line({"OrderInfo/ID", "OrderInfo/Date", "OrderInfo/Time",
                                "OrderInfo/Department", "OrderInfo/AuthorName/Full"})) +
            Fact("Study",

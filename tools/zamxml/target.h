@@ -3,7 +3,6 @@
 #include <ZAMXMLData.h>
 
 #include <string>
-#include <string_view>
 
 #include "command_line.h"
 
@@ -47,9 +46,3 @@ public:
 private:
   unsigned int m_Before;  ///< the mask
 };
-
-/// Makes the file hold these bytes, in one piece: they are written beside it and take its place
-/// when they are on the disk. A file that is replaced hands on its mode. Failure, with what was
-/// there untouched, when that cannot be done, or when the path leads to something that is no
-/// regular file.
-void WriteTarget(const std::string& path, std::string_view bytes);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "failure.h"
 
@@ -10,23 +11,52 @@ namespace {
 
 bool IsControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
 
-bool TurnsDirection(char16_t unit) {
-  return unit == 0x200E || unit == 0x200F || unit == 0x061C || (unit >= 0x202A && unit <= 0x202E) ||
-         (unit >= 0x2066 && unit <= 0x2069);
+struct Range {
+  char32_t m_First;
+  char32_t m_Last;
+};
+
+/// Control characters, what joins, turns or fills without showing, the selectors of variants, and
+/// spaces that nobody types.
+constexpr Range Unseen[] = {
+    {0x0000, 0x001F},   {0x007F, 0x009F}, {0x00AD, 0x00AD}, {0x034F, 0x034F},   {0x061C, 0x061C},
+    {0x115F, 0x1160},   {0x1680, 0x1680}, {0x17B4, 0x17B5}, {0x180B, 0x180F},   {0x2000, 0x200F},
+    {0x2028, 0x202E},   {0x205F, 0x206F}, {0x2800, 0x2800}, {0x3164, 0x3164},   {0xFE00, 0xFE0F},
+    {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A},
+    {0xE0000, 0xE0FFF},
+};
+
+bool IsUnseen(char32_t character) {
+  const bool isAscii = character >= 0x20 && character < 0x7F;  // nearly all of them
+  return !isAscii && std::any_of(std::begin(Unseen), std::end(Unseen), [&](const Range& range) {
+    return range.m_First <= character && character <= range.m_Last;
+  });
 }
 
+bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 bool IsLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-std::string Escape(char16_t unit) {
-  switch (unit) {
-    case u'\t':
+/// The character at the front, and how many units it takes.
+char32_t FrontOf(std::u16string_view units, std::size_t& length) {
+  length = 1;
+  if (units.size() < 2 || !IsHighSurrogate(units[0]) || !IsLowSurrogate(units[1])) {
+    return units[0];
+  }
+  length = 2;
+  return 0x10000 + ((static_cast<char32_t>(units[0]) & 0x3FF) << 10) + (units[1] & 0x3FF);
+}
+
+std::string Escape(char32_t character) {
+  switch (character) {
+    case U'\t':
       return "\\t";
-    case u'\n':
+    case U'\n':
       return "\\n";
-    case u'\r':
+    case U'\r':
       return "\\r";
     default:
-      return fmt::format("\\u{:04x}", static_cast<unsigned int>(unit));
+      return fmt::format(fmt::runtime(character > 0xFFFF ? "\\U{:08x}" : "\\u{:04x}"),
+                         static_cast<unsigned int>(character));
   }
 }
 
@@ -62,17 +92,27 @@ _bstr_t FileName(const std::string& name) {
   return text;
 }
 
-std::string Printable(const _bstr_t& value) {
-  const std::u16string_view units = value.view();
-  std::string line;
+void SplitUnseen(std::u16string_view text, const std::function<void(const std::string&)>& seen,
+                 const std::function<void(char32_t)>& unseen) {
   std::size_t begin = 0;
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    if (IsControl(units[i]) || TurnsDirection(units[i])) {
-      line += _bstr_t(units.substr(begin, i - begin)).utf8() + Escape(units[i]);
-      begin = i + 1;
+  std::size_t length = 0;
+  for (std::size_t i = 0; i < text.size(); i += length) {
+    const char32_t character = FrontOf(text.substr(i), length);
+    if (IsUnseen(character)) {
+      seen(_bstr_t(text.substr(begin, i - begin)).utf8());
+      unseen(character);
+      begin = i + length;
     }
   }
-  return line + _bstr_t(units.substr(begin)).utf8();
+  seen(_bstr_t(text.substr(begin)).utf8());
+}
+
+std::string Printable(const _bstr_t& value) {
+  std::string line;
+  SplitUnseen(
+      value.view(), [&](const std::string& seen) { line += seen; },
+      [&](char32_t character) { line += Escape(character); });
+  return line;
 }
 
 std::size_t WidthOf(std::string_view printable) {

@@ -3,6 +3,7 @@
 #include <ZAMXMLData.h>
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -13,9 +14,14 @@ std::string WhyRefused(std::string_view value);
 /// A file name as the library takes it; Failure when it is no UTF-8.
 _bstr_t FileName(const std::string& name);
 
-/// A value on one line of a terminal: control characters, line breaks and the characters that turn
-/// the direction of writing appear as escapes, so that nothing in a document can dress up as
-/// output.
+/// Takes a text apart, in order: what a reader sees, in UTF-8, and each character that shows
+/// nothing or that nobody types: control characters, line breaks, what joins, turns or fills, odd
+/// spaces.
+void SplitUnseen(std::u16string_view text, const std::function<void(const std::string&)>& seen,
+                 const std::function<void(char32_t)>& unseen);
+
+/// A value on one line of a terminal: characters that would not be seen appear as escapes, so that
+/// nothing in a document can dress up as output or as another value.
 std::string Printable(const _bstr_t& value);
 /// How many columns of a terminal it takes.
 std::size_t WidthOf(std::string_view printable);

@@ -74,6 +74,13 @@ public:
   explicit Teller(const CheckOptions& options)
       : m_IsJson(options.m_Json), m_Json(JsonOutput("check", options.m_Archive.m_Files.front())) {
     m_Json["findings"] = Json::array();
+    m_Json["errors"] = Json::array();
+  }
+
+  void TakeError(const std::string& file, const std::string& why) {
+    if (m_IsJson) {
+      m_Json["errors"].push_back({{"file", file}, {"what", why}});
+    }
   }
 
   void Take(const std::string& file, const std::vector<Finding>& findings) {
@@ -154,7 +161,10 @@ int RunCheck(const CheckOptions& given) {
     }
     teller.Take(file, findings);
   };
-  const ArchiveCounts counts = ForEachDocument(options.m_Archive, look, take);
+  const auto tell = [&](const std::string& file, const std::string& why) {
+    teller.TakeError(file, why);
+  };
+  const ArchiveCounts counts = ForEachDocument(options.m_Archive, look, take, tell);
   if (!terms.m_Noted) {
     return teller.End(counts);
   }

@@ -96,10 +96,18 @@ int RunFolder(const LogOptions& options, const Selection& selection) {
   }
   ArchiveOptions archive = options.m_Archive;
   archive.m_Files = {options.m_File};
-  return PrintExcerpts(archive, selection, "modification", [&](Document& document, Selection own) {
+  const auto extract = [&](Document& document, Selection own) {
     return HistoryOf(document, options, std::move(own),
                      Printable(_bstr_t::FromUtf8(document.Name())) + ": ");
-  });
+  };
+  const auto tell = [&](const std::string& name, const std::string& why) {
+    if (options.m_Json) {
+      Json json = JsonOutput("log", name);
+      json["error"] = why;
+      Deliver(JsonText(json));
+    }
+  };
+  return PrintExcerpts(archive, selection, "modification", extract, tell);
 }
 
 int RunLog(const LogOptions& options) {

@@ -26,27 +26,27 @@ struct ReportOptions : TargetOptions {
   std::string m_Output;
 };
 
-/// What is found, before the notes: the page shows the first of many. It comes from a document of
-/// its own, because proving one leaves it at its last position.
-std::vector<Finding> FindingsIn(Document& document) {
-  Document copy(document.m_Xml, document.Name());
-  std::vector<Finding> findings = Verify(copy);
-  std::stable_partition(findings.begin(), findings.end(), std::not_fn(IsNote));
-  return findings;
-}
+/// What the check tells about a document. It looks at a copy, because it ends at the last position.
+struct Proof {
+  explicit Proof(Document& document) {
+    Document copy(document.m_Xml, document.Name());
+    m_Digest = DigestChain(copy).back();
+    m_Findings = Verify(copy);
+    // The page shows the first of many.
+    std::stable_partition(m_Findings.begin(), m_Findings.end(), std::not_fn(IsNote));
+  }
 
-std::string DigestOf(Document& document) {
-  Document copy(document.m_Xml, document.Name());
-  return DigestChain(copy).back();
-}
+  std::string m_Digest;
+  std::vector<Finding> m_Findings;
+};
 
 std::string PageOf(const ReportOptions& options, bool& isSound) {
   const Input input(options.m_File);
   Document document(input.Path(), options.m_File);
-  const std::vector<Finding> findings = FindingsIn(document);
-  isSound = std::all_of(findings.begin(), findings.end(), IsNote);
+  const Proof proof(document);
+  isSound = std::all_of(proof.m_Findings.begin(), proof.m_Findings.end(), IsNote);
   const ReportModel model(document);
-  std::string page = ReportPage(document, model, findings, DigestOf(document));
+  std::string page = ReportPage(document, model, proof.m_Findings, proof.m_Digest);
   RequireMemory(document.m_Xml);
   return page;
 }
@@ -65,7 +65,10 @@ int RunReport(const ReportOptions& options) {
   const std::string name = Printable(_bstr_t::FromUtf8(options.m_File));
   if (lock) {
     const AccessLimit limit(options.m_File);
-    WriteTarget(options.m_Output, page);
+    ZAMLog log;
+    if (ZAMGF::WriteFile(FileName(options.m_Output), page, &log) == 0) {
+      throw Failure(options.m_Output, "cannot write it", Reason(log, options.m_Output));
+    }
   } else {
     Deliver(page);
   }

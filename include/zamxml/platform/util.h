@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "zamxml/platform/export.h"
+#include "zamxml/platform/log.h"
 #include "zamxml/platform/text.h"
 
 /// Platform utilities.
@@ -28,6 +30,15 @@ public:
 
   /// Joins a directory and a name with exactly one separator. Returns null if either is empty.
   static _bstr_t MakePath(const _bstr_t& directory, const _bstr_t& name);
+
+  /// Replaces the file at `path` by one that holds `bytes`, or creates it. The path leads to the
+  /// old file until the whole new one is on the disk, even if the process is killed. An existing
+  /// file keeps its owner, mode, access control list and other attributes; what cannot be kept
+  /// narrows access. A symbolic link is followed to its target. Removes what killed processes have
+  /// left beside the file. Returns 1 if the file is on the disk. Returns 0, leaves the old file as
+  /// it was, and logs path and reason if `log` is not null, if the file cannot be written, memory
+  /// runs out, or the path leads to anything but a regular file.
+  static int WriteFile(const _bstr_t& path, std::string_view bytes, ZAMLog* log);
 
   /// Deletes the file at `path`. Returns 1 if this call removed it, else 0. Ignores `flag`.
   static int DeleteFileW(const _bstr_t& path, int flag);
