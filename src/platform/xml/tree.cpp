@@ -66,12 +66,12 @@ int ZAMXml::OnFileOpen(const _bstr_t& path, ZAMLog* log) {
   try {
     auto bytes = zam::ReadFile(path.utf8(), reason);
     if (!bytes) {
-      return Fail(zam::CodeNotRead, path + u": " + _bstr_t::FromUtf8(reason), log);
+      return Fail(zam::CodeNotRead, zam::FileDetail(path, reason), log);
     }
     auto file = std::make_shared<zam::FileIdentity>(bytes->m_Identity);
     auto document = zam::ReadDocument(std::move(*bytes), m_RawSection, reason);
     if (!document) {
-      return Fail(zam::CodeNotWellFormed, path + u": " + _bstr_t::FromUtf8(reason), log);
+      return Fail(zam::CodeNotWellFormed, zam::FileDetail(path, reason), log);
     }
     NoteFile(std::move(file));
     return Replace(std::move(document));
@@ -84,7 +84,7 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
   std::string reason;
   try {
     if (!m_Document || !m_Document->Root()) {
-      return Fail(zam::CodeNotWritten, path + u": there is no document to save", log);
+      return Fail(zam::CodeNotWritten, zam::FileDetail(path, "there is no document to save"), log);
     }
     std::size_t size = 0;
     const auto content = [&](const zam::WriteBlock& write) {
@@ -104,7 +104,7 @@ int ZAMXml::OnFileSave(const _bstr_t& path, ZAMLog* log) {
     if (size > zam::MaximumSize) {
       reason = "the document is too long to be read again";
     }
-    return Fail(zam::CodeNotWritten, path + u": " + _bstr_t::FromUtf8(reason), log);
+    return Fail(zam::CodeNotWritten, zam::FileDetail(path, reason), log);
   } catch (const std::exception&) {
     return FailWithoutMemory(log);
   }
