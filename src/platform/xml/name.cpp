@@ -41,6 +41,14 @@ bool IsNameCharacter(char32_t point, bool first) noexcept {
   return range != std::end(NameRanges) && range->m_First <= point && (range->m_MayBegin || !first);
 }
 
+/// Whether a text is a name of ASCII characters, as almost all are.
+bool IsAsciiName(std::u16string_view name) noexcept {
+  return !name.empty() && name.front() < 0x80 && IsNameCharacter(name.front(), true) &&
+         std::ranges::all_of(name.substr(1), [](char16_t unit) {
+           return unit < 0x80 && IsNameCharacter(unit, false);
+         });
+}
+
 /// The character at the front of a name that is not empty, of one unit or two.
 std::u16string_view FirstCharacter(std::u16string_view name) noexcept {
   const bool pair = name.size() > 1 && (name[0] & 0xFC00) == 0xD800 && (name[1] & 0xFC00) == 0xDC00;
@@ -91,6 +99,9 @@ bool IsXmlName(std::u16string_view name) noexcept {
 }
 
 std::string StoredName(std::u16string_view name) {
+  if (IsAsciiName(name)) {
+    return {name.begin(), name.end()};
+  }
   if (IsXmlName(name)) {
     return ToUtf8(name);
   }
