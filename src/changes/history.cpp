@@ -234,8 +234,8 @@ void Move(ZAMXml& xml, const IXMLDOMNodePtr& root, Modifications list, const Way
   });
 }
 
-/// Keeps what is known of a list while the list is in use: a log that hears of a value may look at
-/// the list, or change it.
+/// Keeps what is known of a list while the list is in use: a logger that hears of a value may look
+/// at the list, or add to it.
 class KeptKnown {
 public:
   explicit KeptKnown(std::unique_ptr<zam::KnownList>& known)

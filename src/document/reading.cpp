@@ -5,7 +5,6 @@
 #include "document/sections.h"
 #include "platform/codes.h"
 #include "zamxml/document.h"
-#include "zamxml/platform/util.h"
 
 namespace {
 
@@ -20,13 +19,6 @@ struct Rereading {
   ZAMXMLModificationGroup* m_pFormer;
 };
 
-/// Leaves word in the tree's log, where a failed reading leaves its own.
-void ReportMissing(ZAMXml& xml, const _bstr_t& path) {
-  xml.SetLog(ZAM_LOG_TYPE_ERROR, ZAM_LOG_CATEGORY_XML, zam::CodeNotFound,
-             ZAMGF::ZAMErrorString(zam::CodeNotFound),
-             zam::FileDetail(xml.m_strFilePath, "there is no section \"" + path.utf8() + '"'), 0);
-}
-
 }  // namespace
 
 /// Reads a record from its section; `whenAbsent` is the result where there is none.
@@ -36,13 +28,9 @@ int ZAMXMLFile::ReadSection(ZAMXml& xml, ZAMTextView path, Section& record, int 
   if (IsReplaced(m_ReadingSession)) {
     return 0;
   }
-  const zam::MemoryWatch memory(xml);
   IXMLDOMNodePtr section = xml.GetNode(path);
   if (!section && whenAbsent != 0) {
     return whenAbsent;
-  }
-  if (!section && !memory.RanShort()) {
-    ReportMissing(xml, _bstr_t(path));
   }
   if (!section || record.ReadFromXML(xml, section, log) == 0) {
     xml.SafeLogCopy(log);

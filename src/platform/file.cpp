@@ -1,5 +1,6 @@
 #include "zamxml/platform/file.h"
 
+#include <functional>
 #include <utility>
 
 #include "platform/codes.h"
@@ -70,7 +71,8 @@ int ZAMFile::Open(const _bstr_t& path, ZAMLog* log) {
     Close();
   }
   CString current(source);
-  const int opened = OpenOrClose([&] { return OnFileOpen(source, log); });
+  const auto open = [&] { return OnFileOpen(source, log); };
+  const int opened = OpenOrClose(std::ref(open));  // needs no memory
   if (opened != 0) {
     MakeCurrent(std::move(current));
   }

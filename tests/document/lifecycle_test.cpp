@@ -60,7 +60,7 @@ TEST_F(Lifecycle, ForeignRootNeedsSubclass) {
 
 TEST_F(Lifecycle, MissingSectionIsNamed) {
   for (const std::string section : {"DocumentInfo", "PatientInfo", "OrderInfo", "StudyInfo"}) {
-    const std::string told = "there is no section \"KESTRANE_ZAM/" + section + '"';
+    const std::string told = "there is no element \"KESTRANE_ZAM/" + section + '"';
     m_Log.ClearLog();
     EXPECT_EQ(Open(test::DocumentBytes({}, section)), 0);
     ASSERT_EQ(m_Log.GetLogCount(), 1) << section;

@@ -70,6 +70,13 @@ void Verb::Text(const char* names, std::string& value, const char* help, Presenc
   }
 }
 
+void Verb::Output(const char* names, std::string& value, const char* help) {
+  const auto check = [](const std::string& text) {
+    return text.empty() ? "its value is missing" : "";
+  };
+  m_Verb.add_option(names, value, help)->check(check);
+}
+
 void Verb::Texts(const char* names, std::vector<std::string>& values, const char* help,
                  Presence presence) {
   m_Verb.add_option(names, values, help)

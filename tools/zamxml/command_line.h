@@ -23,6 +23,8 @@ public:
   explicit Verb(CLI::App& verb) : m_Verb(verb) {}
 
   void Flag(const char* names, bool& value, const char* help);
+  /// A file to write, which has to have a name: an empty one is none.
+  void Output(const char* names, std::string& value, const char* help);
   void Text(const char* names, std::string& value, const char* help,
             Presence presence = Presence::Optional);
   /// All that follows, for a place; one text each time that it is given, for an option.

@@ -239,7 +239,7 @@ void AddRecordingOptions(Verb verb, RecordingOptions& options) {
   verb.Text("--uid", options.m_UID, "Identifier of the modification; fresh if not given");
   verb.Text("--code", options.m_Code,
             "Code of the changes, for the library; no document stores it");
-  verb.Text("-o,--output", options.m_Output, "Write there and leave FILE as it is");
+  verb.Output("-o,--output", options.m_Output, "Write there and leave FILE as it is");
   verb.Flag("--force", options.m_Force, "Let --output replace a file");
   verb.Flag("-n,--dry-run", options.m_DryRun, "Show what would be recorded, write nothing");
   AddWaitOption(verb, options.m_Wait);

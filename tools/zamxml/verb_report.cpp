@@ -84,7 +84,7 @@ void AddReport(CommandLine& line) {
   line.Add("report", "Make a page that shows a document and its whole history in a browser",
            RunReport, [](Verb verb, ReportOptions& options) {
              verb.Text("FILE", options.m_File, "The document", Presence::Required);
-             verb.Text("-o,--output", options.m_Output, "Write the page there");
+             verb.Output("-o,--output", options.m_Output, "Write the page there");
              AddTargetOptions(verb, options);
            });
 }

@@ -41,7 +41,7 @@ public:
   virtual ~ZAMLogger();
 
   /// Receives an entry right after a log has recorded it. The entry is valid during the call only.
-  /// Must not throw.
+  /// Must not throw, nor remove anything from the object that records it, or from its list.
   virtual void OnLog(const ZAMLogEntry& entry) = 0;
 };
 

@@ -169,7 +169,8 @@ IXMLDOMNodePtr ZAMXml::GetNode(ZAMTextView path, int index) {
     const pugi::xml_node found =
         m_Document ? m_Document->Find(m_Document->m_Tree, steps, index) : pugi::xml_node();
     if (!found) {
-      Fail(zam::CodeNotFound, u"There is no element " + Quoted(path) + u".", nullptr);
+      Fail(zam::CodeNotFound,
+           zam::FileDetail(m_strFilePath, "there is no element " + Quoted(path).utf8()), nullptr);
     }
     return found ? m_Document->Handle(found, steps.StepCount() <= 2 ? index : -1)
                  : IXMLDOMNodePtr();
