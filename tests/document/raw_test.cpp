@@ -189,4 +189,23 @@ TEST(RawHistory, IsLikeOneMadeOfNodes) {
   }
 }
 
+// Entries on lines in a document without lines: the end tags of those that stay raw have lines,
+// too.
+TEST(RawHistory, LinesOfEndTagsAreWrittenAnew) {
+  const test::TemporaryFolder folder(test::TemporaryFolder::Medium::Memory);
+  const auto path = folder.Path("document.xml");
+  const std::string entry =
+      "\n<Modification><UID/><Date/><Time/><UserID/><UserName/><Changes/></Modification>";
+  std::string lined = entry;
+  lined.insert(lined.rfind("</"), "\n");
+  const std::string head =
+      "<KESTRANE_ZAM><DocumentInfo><ID>UNKNOWN</ID></DocumentInfo><OrderInfo/><StudyInfo/>"
+      "<PatientInfo><Weight>0</Weight></PatientInfo><Modifications>";
+  test::WriteBytes(path, head + lined + lined + entry + "\n</Modifications></KESTRANE_ZAM>");
+  test::Document document;
+  ASSERT_EQ(document.Open(path, nullptr), 1);
+  ASSERT_EQ(document.Begin() + document.CommitModify() + document.Save(), 3);
+  EXPECT_TRUE(test::ReadBytes(path).starts_with(head + entry + entry + entry));
+}
+
 }  // namespace
