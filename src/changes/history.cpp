@@ -96,10 +96,10 @@ private:
 class ValueWriter {
 public:
   /// The list is that of the way's modifications only.
-  ValueWriter(ZAMXml& xml, const IXMLDOMNodePtr& root, Modifications list, const Way& way)
+  ValueWriter(ZAMXml& xml, const IXMLDOMNodePtr& root, const Modifications& list, const Way& way)
       : m_Xml(xml),
         m_Root(root),
-        m_List(std::move(list)),
+        m_List(list),
         m_Way(way),
         m_Value(way.m_IsRedo ? &ZAMXMLChangeItem::m_NewValue : &ZAMXMLChangeItem::m_OldValue) {}
   ValueWriter(const ValueWriter&) = delete;
@@ -199,7 +199,7 @@ private:
 
   ZAMXml& m_Xml;
   const IXMLDOMNodePtr& m_Root;
-  Modifications m_List;
+  const Modifications& m_List;
   Way m_Way;
   _bstr_t ZAMXMLChangeItem::*m_Value;
   ZAMXMLName m_Name;
@@ -211,7 +211,7 @@ private:
       std::numeric_limits<std::int64_t>::min();  ///< the order of the write that is being made
 };
 
-/// Takes a step of the plan, which may run out of memory.
+/// Takes a move, which may run out of memory.
 template <class Work>
 void Planning(ZAMXml& xml, Work work) {
   try {
@@ -223,15 +223,13 @@ void Planning(ZAMXml& xml, Work work) {
 }
 
 /// Moves along a way for which nothing is known.
-void Move(ZAMXml& xml, const IXMLDOMNodePtr& root, Modifications list, const Way& way) {
+void Move(ZAMXml& xml, const IXMLDOMNodePtr& root, const Modifications& list, const Way& way) {
   zam::Places places;
-  ValueWriter writer(xml, root, list, way);
-  Planning(xml, [&] {
-    for (int index = way.m_nFirst; index <= way.m_nLast; ++index) {
-      places.Add(*list[static_cast<std::size_t>(index - way.m_nFirst)], index);
-    }
-    writer.Write(places);
-  });
+  int index = way.m_nFirst;
+  for (const ZAMXMLModification* const modification : list) {
+    places.Add(*modification, index++);
+  }
+  ValueWriter(xml, root, list, way).Write(places);
 }
 
 /// Keeps what is known of a list while the list is in use: a logger that hears of a value may look

@@ -40,7 +40,7 @@ public:
 private:
   struct Row {
     std::array<_bstr_t, 5> m_Texts;
-    int m_Type;
+    int m_Type;  ///< of an item; of a modification the number of its items
   };
   static bool IsSame(const Row& row, const ZAMXMLModification& modification) noexcept;
   static bool IsSame(const Row& row, const ZAMXMLChangeItem& item) noexcept;

@@ -153,12 +153,10 @@ class RawCursor::Formatting {
 public:
   Formatting(RawCursor& cursor, const std::string& expected)
       : m_Cursor(cursor), m_Rest(cursor.m_Rest) {
-    const bool isExpected =
-        m_Rest.starts_with(expected) && m_Rest.substr(expected.size()).starts_with('<');
-    m_Length =
-        isExpected ? expected.size() : std::min(m_Rest.find_first_not_of(" \t\n"), m_Rest.size());
-    m_IsExpected = isExpected;
-    cursor.m_Rest.remove_prefix(m_Length);
+    m_IsExpected = m_Rest.starts_with(expected) && m_Rest.substr(expected.size()).starts_with('<');
+    cursor.m_Rest.remove_prefix(m_IsExpected
+                                    ? expected.size()
+                                    : std::min(m_Rest.find_first_not_of(" \t\n"), m_Rest.size()));
   }
   /// Whether the step has been taken.
   bool Ends(bool taken) {
@@ -173,7 +171,6 @@ public:
 private:
   RawCursor& m_Cursor;
   std::string_view m_Rest;
-  std::size_t m_Length;
   bool m_IsExpected;
 };
 
